@@ -10,7 +10,7 @@ packages=(g++ cmake ninja-build pkg-config libssl-dev libjansson-dev libsqlite3-
     libgtest-dev libgmock-dev bubblewrap iproute2 openssl git ca-certificates)
 case ${1:-} in
 "") ;;
-check) packages+=(clang-format clang-tidy) ;;
+check) packages+=(clang-format clang-tidy shellcheck) ;;
 *)
     echo "Usage: scripts/dependencies.sh [check]" >&2
     exit 2

@@ -66,7 +66,7 @@ bool cut_message(char* s, std::size_t n, const char* unit) {
 }  // namespace
 
 void* xmalloc(std::size_t size) {
-    void* block = std::calloc(1, size);
+    void* block = std::calloc(1, std::max<std::size_t>(size, 1));
     if (block == nullptr) error("memory->xmalloc reports an out of memory for %d new bytes", static_cast<int>(size));
     return block;
 }

@@ -19,7 +19,7 @@ bool wait_for(int fd, short events, Deadline deadline) {
     for (;;) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
         pollfd watched{fd, events, 0};
-        const int ready = poll(&watched, 1, static_cast<int>(std::clamp<long long>(left, 0, 3600 * 1000)));
+        const int ready = poll(&watched, 1, static_cast<int>(std::clamp<long long>(left, 0, 3600LL * 1000)));
         if (ready > 0) return true;
         if (ready < 0 && errno != EINTR) return false;
         if (ready == 0 && left <= 0) {

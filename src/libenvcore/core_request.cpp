@@ -76,6 +76,7 @@ int core_request::run() {
         return -1;
     }
     std::vector<std::string> values;
+    values.reserve(requestParameters.size());
     for (const auto& [index, value] : requestParameters) {
         values.push_back(value.substr(0, parameterLimit));
         if (value.size() + 1 >= parameterLimit)
@@ -85,6 +86,7 @@ int core_request::run() {
                 index, static_cast<int>(value.size()), static_cast<int>(parameterLimit));
     }
     std::vector<char*> parameters;
+    parameters.reserve(values.size());
     for (std::string& value : values) parameters.push_back(value.data());
 
     int count = 0;

@@ -16,9 +16,9 @@ inline constexpr const char* coreSocketPath = "/tmp/kova_variables/sockets/kova_
 
 class core_request {
   public:
-    // A request named `function` to the core at `socketPath`; both are copied. Another path (case ignored) or a null
-    // function leaves a last error and an object that cannot run.
-    core_request(const char* socketPath, const char* function);
+    // A request named `name` to the core at `path`; both are copied. Another path (case ignored) or a null
+    // name leaves a last error and an object that cannot run.
+    core_request(const char* path, const char* name);
 
     // Appends a copy of `value` as the next parameter, "NO-VALUE" for a null or empty one. Returns 0.
     int set_coreservicerequestparameter(const char* value);

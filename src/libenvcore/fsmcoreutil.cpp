@@ -80,6 +80,15 @@ std::optional<std::string> receive_reply(int fd, Framing framing, const std::str
     }
 }
 
+// The texts of an array in the C manner; null texts are empty, a null array has none.
+std::vector<std::string> texts_of(char** texts, int count) {
+    std::vector<std::string> result;
+    if (texts == nullptr || count <= 0) return result;
+    result.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) result.emplace_back(texts[i] == nullptr ? "" : texts[i]);
+    return result;
+}
+
 // A heap array of heap texts, for callers in the C manner.
 char** copy_texts(const std::vector<std::string>& texts) {
     auto** array = static_cast<char**>(xmalloc((texts.size() + 1) * sizeof(char*)));
@@ -95,9 +104,9 @@ int exchange(Framing framing, const char* name, const char* socketPath, const ch
         error("%s error opening socket FSMCore clientside for function '%s'", unit.c_str(), function);
         return result::socketFailure;
     }
-    std::vector<std::string> values;
-    for (int i = 0; i < count; ++i) values.emplace_back(parameters[i] == nullptr ? "" : parameters[i]);
-    if (!timedio::send_blocking(fd.get(), libenvcore::format_core_request(function, values, waittime, framing))) {
+    const std::string request =
+        libenvcore::format_core_request(function, texts_of(parameters, count), waittime, framing);
+    if (!timedio::send_blocking(fd.get(), request)) {
         error("%s send writing request failed with error '%s' for function '%s'", unit.c_str(), strerror(errno),
               function);
         return result::sendFailed;
@@ -137,10 +146,8 @@ void free_core_texts(char** texts, int count) {
 }
 
 int fsmcore_response(int fd, int status, int count, char** parameters) {
-    std::vector<std::string> values;
-    for (int i = 0; parameters != nullptr && i < count; ++i)
-        values.emplace_back(parameters[i] == nullptr ? "" : parameters[i]);
-    const std::string reply = libenvcore::format_core_reply(status, values).substr(0, responseLimit);
+    const std::string reply =
+        libenvcore::format_core_reply(status, texts_of(parameters, count)).substr(0, responseLimit);
     if (timedio::send_all(fd, reply.data(), reply.size(), timedio::peerTimeout) < 0) {
         error("FSMCoreutil->fsmcore_response send writing response failed with error '%s'", strerror(errno));
         close(fd);

@@ -53,8 +53,8 @@ db_request::db_request(int port, const char* query) {
 
     std::array<char*, 4> outputs{};  // length line, status, payload length, payload
     const std::string length = std::to_string(std::strlen(query));
-    const int result = dbmanager_socket_request(port, "DML-SQL", type, length.c_str(), query, &outputs[0], &outputs[1],
-                                                &outputs[2], &outputs[3]);
+    const int result = dbmanager_socket_request(port, "DML-SQL", type, length.c_str(), query, outputs.data(),
+                                                &outputs[1], &outputs[2], &outputs[3]);
     const std::array<XText, 4> owners{XText(outputs[0]), XText(outputs[1]), XText(outputs[2]), XText(outputs[3])};
     if (result < 0) {
         set_last_error("db_request::db_request error calling dbmanager_socket_request <%d>", result);

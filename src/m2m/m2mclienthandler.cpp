@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
 
@@ -18,6 +17,7 @@
 #include "cbase/logging.h"
 #include "cbase/memory.h"
 #include "cbase/numbers.h"
+#include "cbase/random.h"
 #include "cbase/result.h"
 #include "m2m/datagrams/attach.h"
 #include "m2m/datagrams/detach.h"
@@ -66,7 +66,9 @@ M2MClientHandler::M2MClientHandler(int argc, char** argv) {
     creationTimestamp_ = time(nullptr);
 }
 
-M2MClientHandler::M2MClientHandler(const M2MClientHandler& /*other*/) : GtwBaseClass() {}
+// The base is named for GCC, which wants it in a copy constructor.
+M2MClientHandler::M2MClientHandler(const M2MClientHandler& /*other*/)
+    : GtwBaseClass() {}  // NOLINT(readability-redundant-member-init)
 
 M2MClientHandler::~M2MClientHandler() {
     if (listeningSocket_ < 0) return;
@@ -162,11 +164,10 @@ void M2MClientHandler::SessionEnd::operator()(SSL* session) const {
 }
 
 std::string M2MClientHandler::generateNewMessageID() const {
-    constexpr int characters = 128;
     constexpr std::size_t length = 8;
-    int drawn = std::rand() % characters;
-    while (drawn < 0 || drawn >= characters) drawn = std::rand() % characters;
-    return std::string(length, static_cast<char>(drawn));
+    std::string id;
+    id.assign(length, random_character());
+    return id;
 }
 
 // --- Connections ---------------------------------------------------------------------------------------------------
@@ -300,7 +301,10 @@ int M2MClientHandler::didReceiveCustomGatewayData(GtwHandler* /*gateway*/, int l
 std::optional<std::string> M2MClientHandler::receiveDatagram(int fd, Intake& intake) {
     std::string buffer(datagramLimit, '\0');
     const int received = socketReadWrapper(fd, buffer.data(), static_cast<int>(buffer.size()));
-    if (received > 0) return std::string(buffer.c_str());
+    if (received > 0) {
+        buffer.resize(std::strlen(buffer.c_str()));
+        return buffer;
+    }
     if (received < 0) {
         error("m2mclienthandler->didReceiveCustomGatewayData recvfrom with error '%s'", strerror(errno));
         intake.result = result::readError;

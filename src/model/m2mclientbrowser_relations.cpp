@@ -1,11 +1,11 @@
 // The client browser's relation rows: the user with the login token, and the objects that the neighbour registered for.
 
-#include <cstdlib>
 #include <ctime>
 
 #include "cbase/cstylecode_identity.h"
 #include "cbase/logging.h"
 #include "cbase/memory.h"
+#include "cbase/random.h"
 #include "cbase/result.h"
 #include "libenvcore/core_request.h"
 #include "libenvdb/query.h"
@@ -24,13 +24,6 @@ constexpr const char* registeredAccess = "READ-WRITE";
 // The option that says when a user relation was written.
 std::string timestamp_now() {
     return "last_timestamp=" + std::to_string(time(nullptr));
-}
-
-char random_character() {
-    constexpr int characters = 128;
-    int drawn = std::rand() % characters;
-    while (drawn < 0 || drawn >= characters) drawn = std::rand() % characters;
-    return static_cast<char>(drawn);
 }
 
 }  // namespace
