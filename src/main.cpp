@@ -33,8 +33,9 @@ constexpr long secondsToAttach = 60;
 // A parent may start the process without standard descriptors; sockets must not take their numbers, or log lines would
 // be written into them.
 void fillStandardDescriptors() {
-    for (int fd = open("/dev/null", O_RDWR); fd >= 0 && fd <= STDERR_FILENO;) fd = open("/dev/null", O_RDWR);
-    close(STDERR_FILENO + 1);
+    int fd = open("/dev/null", O_RDWR);
+    while (fd >= 0 && fd <= STDERR_FILENO) fd = open("/dev/null", O_RDWR);
+    if (fd > STDERR_FILENO) close(fd);
 }
 
 template <class T>

@@ -15,7 +15,8 @@ int getlocalrawmac(unsigned char** out);
 
 // Two upper-case hexadecimal digits per byte; null when memory is out.
 char* convert_bytearraytohexstring(const unsigned char* bytes, std::size_t n);
-// Base64 of the bytes of `text` on one line in `*out`; returns 0, or -1 with `*out` null when OpenSSL or memory fails.
+// Base64 of the bytes of `text` (not null) on one line in `*out`; returns 0, or -1 with `*out` null when OpenSSL or
+// memory fails.
 int base64_encode(const char* text, char** out);
 // Version text of this library.
 char* libcbase_get_version();

@@ -13,7 +13,7 @@ int make_internet_socket_randomport(int* port, int backlog);
 // of 108 characters or more is cut to 107.
 int make_local_socket(const char* path, int backlog);
 
-// IPv4 stream connection to the dotted address `ip` and `port` (1 to 65535). With a time-out above zero the connect
+// IPv4 stream connection to the dotted address `ip` and `port` (0 to 65535). With a time-out above zero the connect
 // gives up after that time and the socket stays non-blocking, for use with timedio; zero connects and stays blocking.
 int make_internettcpclient_socket(const char* ip, int port,
                                   std::chrono::milliseconds timeout = std::chrono::milliseconds::zero());

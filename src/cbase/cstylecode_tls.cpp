@@ -38,6 +38,8 @@ SslContext new_context(const SSL_METHOD* method) {
     }
     SSL_CTX_set_verify(context.get(), SSL_VERIFY_NONE, verify_X509_certificate);
     SSL_CTX_set_mode(context.get(), SSL_MODE_RELEASE_BUFFERS);
+    // Each record comes back to the deadline: a peer could otherwise keep a read busy with records that carry no data.
+    SSL_CTX_clear_mode(context.get(), SSL_MODE_AUTO_RETRY);
     return context;
 }
 
@@ -71,10 +73,10 @@ bool load_identity(SSL_CTX* context, const char* certificateFile, const char* ke
     return true;
 }
 
-// Runs one OpenSSL operation on a non-blocking connection until it is through, waiting for the socket when it asks to.
-// `deadline` is asked anew for each wait. Returns the operation's last result; errno tells what ended it.
-template <class Operation, class DeadlineSource>
-int run_until_done(SSL* ssl, const Operation& operation, const DeadlineSource& deadline) {
+// Runs one OpenSSL operation on a non-blocking connection until it is through or the deadline has passed, waiting for
+// the socket when it asks to. Returns the operation's last result; errno tells what ended it.
+template <class Operation>
+int run_until_done(SSL* ssl, timedio::Deadline deadline, const Operation& operation) {
     for (;;) {
         ERR_clear_error();
         errno = 0;
@@ -84,7 +86,8 @@ int run_until_done(SSL* ssl, const Operation& operation, const DeadlineSource& d
         short events = 0;
         if (reason == SSL_ERROR_WANT_READ) events = POLLIN;
         if (reason == SSL_ERROR_WANT_WRITE) events = POLLOUT;
-        if (events == 0 || !timedio::wait_for(SSL_get_fd(ssl), events, deadline())) return result;
+        if (events == 0 && errno == 0) errno = EPROTO;
+        if (events == 0 || !timedio::wait_for(SSL_get_fd(ssl), events, deadline)) return result;
     }
 }
 
@@ -92,6 +95,7 @@ int run_until_done(SSL* ssl, const Operation& operation, const DeadlineSource& d
 std::unique_ptr<SSL, SslFree> new_session(SSL_CTX* context, int fd) {
     std::unique_ptr<SSL, SslFree> session(SSL_new(context));
     if (session && SSL_set_fd(session.get(), fd) != 1) session.reset();
+    if (!session) errno = ENOMEM;
     return session;
 }
 
@@ -129,10 +133,11 @@ int verify_X509_certificate(int /*preverified*/, X509_STORE_CTX* /*store*/) {
     return 1;
 }
 
-int connect_SSLsocket(int fd, SSL_CTX* context, SSL** ssl, std::chrono::milliseconds timeout) {
+int connect_SSLsocket(int fd, SSL_CTX* context, SSL** ssl, timedio::Deadline deadline) {
     *ssl = nullptr;
     if (context == nullptr) {
         error("Cstylecode->connect_SSLsocket SSL context is NULL");
+        errno = EINVAL;
         return -1;
     }
     auto session = new_session(context, fd);
@@ -140,9 +145,7 @@ int connect_SSLsocket(int fd, SSL_CTX* context, SSL** ssl, std::chrono::millisec
         error("Cstylecode->connect_SSLsocket creation of SSL section failed");
         return -1;
     }
-    const auto deadline = timedio::deadline_in(timeout);
-    const int result = run_until_done(
-        session.get(), [&session] { return SSL_connect(session.get()); }, [deadline] { return deadline; });
+    const int result = run_until_done(session.get(), deadline, [&session] { return SSL_connect(session.get()); });
     if (result != 1) {
         error("Cstylecode->connect_SSLsocket SSL accept failed with error '%d' for pid=%i",
               SSL_get_error(session.get(), result), getpid());
@@ -158,14 +161,16 @@ int make_internettcpclient_SSLsocket(SSL_CTX* context, const char* ip, int port,
     if (connectedFd != nullptr) *connectedFd = -1;
     if (context == nullptr) {
         error("Cstylecode->make_internettcpclient_SSLsocket SSL context is NULL");
+        errno = EINVAL;
         return -1;
     }
+    const auto deadline = timedio::deadline_in(timeout);
     Descriptor fd(make_internettcpclient_socket(ip, port, timeout));
     if (!fd.valid()) {
         error("Cstylecode->make_internettcpclient_SSLsocket error creating socket");
         return -1;
     }
-    if (connect_SSLsocket(fd.get(), context, ssl, timeout) < 0) {
+    if (connect_SSLsocket(fd.get(), context, ssl, deadline) < 0) {
         error("Cstylecode->make_internettcpclient_SSLsocket error connecting to SSL socket");
         hand_out(std::move(fd), connectedFd);
         return -1;
@@ -177,7 +182,7 @@ int accept_SSLsocket(int listeningFd, SSL_CTX* context, SSL** ssl, int* accepted
     *ssl = nullptr;
     if (acceptedFd != nullptr) *acceptedFd = -1;
     if (context == nullptr) error("Cstylecode->accept_SSLsocket SSL context is NULL");
-    Descriptor fd(accept4(listeningFd, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+    Descriptor fd(timedio::accept_connection(listeningFd));
     if (!fd.valid()) {
         error("Cstylecode->accept_SSLsocket accept error from socket <%d>", listeningFd);
         return -1;
@@ -195,9 +200,8 @@ int accept_SSLsocket(int listeningFd, SSL_CTX* context, SSL** ssl, int* accepted
     }
     const int on = 1;
     setsockopt(fd.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    const auto deadline = timedio::deadline_in(timeout);
-    const int result = run_until_done(
-        session.get(), [&session] { return SSL_accept(session.get()); }, [deadline] { return deadline; });
+    const int result =
+        run_until_done(session.get(), timedio::deadline_in(timeout), [&session] { return SSL_accept(session.get()); });
     if (result != 1) {
         const int reason = errno;
         const int code = SSL_get_error(session.get(), result);
@@ -217,8 +221,7 @@ int accept_SSLsocket(int listeningFd, SSL_CTX* context, SSL** ssl, int* accepted
 }
 
 int read_SSLsocket(SSL* ssl, void* buffer, int size, timedio::Deadline deadline) {
-    const int result = run_until_done(
-        ssl, [=] { return SSL_read(ssl, buffer, size); }, [deadline] { return deadline; });
+    const int result = run_until_done(ssl, deadline, [=] { return SSL_read(ssl, buffer, size); });
     if (result > 0) return result;
     const int reason = errno;
     const int code = SSL_get_error(ssl, result);
@@ -230,9 +233,8 @@ int read_SSLsocket(SSL* ssl, void* buffer, int size, timedio::Deadline deadline)
     return ended ? 0 : -1;
 }
 
-int write_SSLsocket(SSL* ssl, const void* data, int size, std::chrono::milliseconds patience) {
-    const int result = run_until_done(
-        ssl, [=] { return SSL_write(ssl, data, size); }, [patience] { return timedio::deadline_in(patience); });
+int write_SSLsocket(SSL* ssl, const void* data, int size, timedio::Deadline deadline) {
+    const int result = run_until_done(ssl, deadline, [=] { return SSL_write(ssl, data, size); });
     const int reason = errno;
     ERR_clear_error();
     errno = reason;

@@ -24,12 +24,13 @@ SSL_CTX* init_SSLsocket_server_context(const char* certificateFile, const char* 
 // Verification callback: accepts every certificate.
 int verify_X509_certificate(int preverified, X509_STORE_CTX* store);
 
-// Makes a session on `context`, bound to `fd`, and runs the client's handshake within `timeout` (which needs a
-// non-blocking `fd`). Returns `fd` with the session in `*ssl`, owned by the caller, or -1 with `*ssl` null. `fd` stays
-// the caller's in both cases.
-int connect_SSLsocket(int fd, SSL_CTX* context, SSL** ssl, std::chrono::milliseconds timeout = timedio::peerTimeout);
+// Makes a session on `context`, bound to `fd`, and runs the client's handshake before `deadline` (which needs a
+// non-blocking `fd`). Returns `fd` with the session in `*ssl`, owned by the caller, or -1 with `*ssl` null and errno
+// set. `fd` stays the caller's in both cases.
+int connect_SSLsocket(int fd, SSL_CTX* context, SSL** ssl,
+                      timedio::Deadline deadline = timedio::deadline_in(timedio::peerTimeout));
 
-// Connects to `ip` and `port` and runs the handshake, each within `timeout`. Returns the descriptor, owned by the
+// Connects to `ip` and `port` and runs the handshake, both within `timeout`. Returns the descriptor, owned by the
 // caller like the session in `*ssl`, or -1. A connection whose handshake failed is handed out in `*connectedFd` for the
 // caller to close; without that argument it is closed here.
 int make_internettcpclient_SSLsocket(SSL_CTX* context, const char* ip, int port, SSL** ssl, int* connectedFd = nullptr,
@@ -46,5 +47,6 @@ int accept_SSLsocket(int listeningFd, SSL_CTX* context, SSL** ssl, int* accepted
 // One SSL_read of at most `size` bytes: the bytes of one record, 0 when the peer ended the session or the connection,
 // -1 with errno set on error (EAGAIN past the deadline).
 int read_SSLsocket(SSL* ssl, void* buffer, int size, timedio::Deadline deadline);
-// One SSL_write of `size` bytes: `size`, or -1 with errno set (EAGAIN when the peer took nothing for `patience`).
-int write_SSLsocket(SSL* ssl, const void* data, int size, std::chrono::milliseconds patience);
+// One SSL_write of `size` bytes: `size`, or -1 with errno set (EAGAIN when the peer has not taken them by the
+// deadline).
+int write_SSLsocket(SSL* ssl, const void* data, int size, timedio::Deadline deadline);

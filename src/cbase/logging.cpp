@@ -1,5 +1,6 @@
 #include "cbase/logging.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -8,13 +9,16 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 
 #include "cbase/memory.h"
+#include "cbase/timedio.h"
 
 int otm_log_facility = LOG_LOCAL0;
 
@@ -39,29 +43,45 @@ constexpr const char* lineTail = "\033[0;39m\n";
 
 enum class Console { pipeLike, file, socket };
 Console consoleKind = Console::pipeLike;
-bool consoleStuck = false;  // the reader let a whole patience pass: do not wait for it again until it reads
+int consoleFd = STDOUT_FILENO;
+bool consoleStuck = false;  // the reader let a whole patience pass: do not wait for it again until it keeps up
 
-// Writes what the console takes now without blocking. A pipe that polls writable has room for PIPE_BUF bytes.
-ssize_t write_some(const char* data, std::size_t length) {
-    if (consoleKind == Console::socket) return send(STDOUT_FILENO, data, length, MSG_DONTWAIT | MSG_NOSIGNAL);
-    if (consoleKind == Console::pipeLike) length = std::min<std::size_t>(length, PIPE_BUF);
-    return write(STDOUT_FILENO, data, length);
+constexpr std::chrono::milliseconds consolePatience{1000};
+
+// A pipe or terminal is opened anew for writing without blocking: the flag on the descriptor that the parent gave would
+// be the parent's as well. Where that is not possible, a write that poll lets through may still block on a terminal.
+void open_console() {
+    struct stat status {};
+    if (fstat(STDOUT_FILENO, &status) != 0) return;
+    if (S_ISSOCK(status.st_mode)) {
+        consoleKind = Console::socket;
+    } else if (S_ISREG(status.st_mode)) {
+        consoleKind = Console::file;
+    } else if (consoleFd == STDOUT_FILENO) {
+        const int own = open("/proc/self/fd/1", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+        if (own >= 0) consoleFd = own;
+    }
 }
 
-// Waits until the console takes data; false when it is gone, or when nobody has read for too long.
-bool wait_for_console(int& patience) {
-    constexpr int step = 50;
+// Writes what the console takes now. A pipe that polls writable has room for PIPE_BUF bytes.
+ssize_t write_some(const char* data, std::size_t length) {
+    if (consoleKind == Console::socket) return send(consoleFd, data, length, MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (consoleKind == Console::pipeLike) length = std::min<std::size_t>(length, PIPE_BUF);
+    return write(consoleFd, data, length);
+}
+
+// Waits until the console takes data; false when it is gone, or when nobody has read by the deadline.
+bool wait_for_console(timedio::Deadline deadline) {
     for (;;) {
-        pollfd console{STDOUT_FILENO, POLLOUT, 0};
-        const int ready = poll(&console, 1, 0);
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - timedio::Clock::now()).count();
+        pollfd console{consoleFd, POLLOUT, 0};
+        const int ready = poll(&console, 1, static_cast<int>(std::max<long long>(left, 0)));
         if (ready > 0) return (console.revents & (POLLERR | POLLHUP | POLLNVAL)) == 0;
         if (ready < 0 && errno != EINTR) return false;
-        if (patience <= 0) {
+        if (left <= 0) {
             consoleStuck = true;
             return false;
         }
-        poll(&console, 1, step);
-        patience -= step;
     }
 }
 
@@ -93,40 +113,32 @@ void write_system_log(int priority, const char* message, int errorNumber) {
 #pragma GCC diagnostic pop
 }
 
-// A signal handler may log while the interrupted code is inside syslog, which holds a lock that does not nest. Such a
-// message waits here until the interrupted call is through.
-struct Postponed {
-    int priority;
-    char message[256];
-};
-constexpr int postponedLimit = 8;
-Postponed postponed[postponedLimit];
-volatile std::sig_atomic_t postponedCount = 0;
-volatile std::sig_atomic_t logging = 0;
+// Signals whose handlers log stay out while syslog is at work: its locks do not nest.
+class SignalHold {
+  public:
+    SignalHold() {
+        sigset_t logged;
+        sigemptyset(&logged);
+        sigaddset(&logged, SIGPIPE);
+        sigaddset(&logged, SIGCHLD);
+        pthread_sigmask(SIG_BLOCK, &logged, &before_);
+    }
+    SignalHold(const SignalHold&) = delete;
+    SignalHold& operator=(const SignalHold&) = delete;
+    ~SignalHold() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
 
-void postpone(int priority, const char* message) {
-    const int slot = postponedCount;
-    if (slot >= postponedLimit) return;  // a storm of signals: the console has the rest
-    postponed[slot].priority = priority;
-    std::snprintf(postponed[slot].message, sizeof postponed[slot].message, "%s", message);
-    postponedCount = slot + 1;
-}
+  private:
+    sigset_t before_{};
+};
+
+volatile std::sig_atomic_t inSystemLog = 0;
 
 void log_to_system(int priority, const char* message, int errorNumber) {
-    if (logging != 0) {
-        postpone(priority, message);
-        return;
-    }
-    logging = 1;
+    if (inSystemLog != 0) return;  // a fault inside syslog itself: the console has the message
+    const SignalHold hold;
+    inSystemLog = 1;
     write_system_log(priority, message, errorNumber);
-    while (postponedCount > 0) {
-        const Postponed next = postponed[0];
-        const int left = postponedCount - 1;
-        std::memmove(&postponed[0], &postponed[1], sizeof postponed[0] * static_cast<std::size_t>(left));
-        postponedCount = left;
-        write_system_log(next.priority, next.message, errorNumber);
-    }
-    logging = 0;
+    inSystemLog = 0;
 }
 
 // --- Lines ---------------------------------------------------------------------------------------------------------
@@ -180,16 +192,8 @@ template <class Use>
 }  // namespace
 
 void openlogfile() {
-    struct stat status {};
-    if (fstat(STDOUT_FILENO, &status) == 0) {
-        if (S_ISSOCK(status.st_mode)) {
-            consoleKind = Console::socket;
-        } else if (S_ISREG(status.st_mode)) {
-            consoleKind = Console::file;
-        } else {
-            consoleKind = Console::pipeLike;
-        }
-    }
+    open_console();
+    tzset();  // now, since it allocates: syslog would do it at its first use, which may be in a signal handler
     openlog(nullptr, LOG_CONS | LOG_PID, otm_log_facility);
 }
 
@@ -198,18 +202,24 @@ void closelogfile() {
 }
 
 void console_write(const char* data, std::size_t length) {
-    int patience = consoleStuck ? 0 : 1000;
+    const bool wasStuck = consoleStuck;
+    const auto deadline = timedio::deadline_in(wasStuck ? std::chrono::milliseconds::zero() : consolePatience);
     while (length > 0) {
-        if (consoleKind != Console::file && !wait_for_console(patience)) return;
-        consoleStuck = false;
+        if (consoleKind != Console::file && !wait_for_console(deadline)) return;
         const ssize_t written = write_some(data, length);
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0 && errno == EAGAIN && timedio::Clock::now() < deadline) {
+            poll(nullptr, 0, 1);  // a terminal polls writable with less room than a line needs
+            continue;
+        }
         if (written < 0) {
-            if (errno == EINTR || errno == EAGAIN) continue;
+            consoleStuck = consoleStuck || errno == EAGAIN;
             return;
         }
         data += written;
         length -= static_cast<std::size_t>(written);
     }
+    consoleStuck = false;
 }
 
 void error(const char* format, ...) {

@@ -1,9 +1,9 @@
 // Reporting: printf-style functions that every unit uses. A message goes to standard output as a coloured line with the
 // process ID and, for the error, warning and debug levels, to the system log. There is no level switch.
 //
-// All functions may be called from signal handlers: short messages take no heap, a call that interrupts another one
-// leaves its system log copy to it, and a console that nobody reads never blocks or signals the process for long.
-// Every message keeps errno as it was.
+// All functions may be called from signal handlers: short messages take no heap, signals whose handlers log wait while
+// the system log is written, and a console that nobody reads neither blocks nor signals the process. Every message
+// keeps errno as it was.
 #pragma once
 
 #include <cstddef>
@@ -30,6 +30,6 @@ void closelogfile();
 [[gnu::format(printf, 1, 2)]] void verbose_info(const char* format, ...);
 [[gnu::format(printf, 1, 2)]] void logged_info(const char* format, ...);
 
-// Writes `length` bytes to standard output at once. A reader that stopped reading costs one second at most, once, and a
-// reader that has gone costs nothing; what could not be written is dropped.
+// Writes `length` bytes to standard output at once. A slow reader is waited for a second at most; after that not at all
+// until it has taken a whole line again. A reader that has gone costs nothing. What could not be written is dropped.
 void console_write(const char* data, std::size_t length);

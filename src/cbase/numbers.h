@@ -1,5 +1,5 @@
 // Decimal numbers out of texts that come from strangers: database values, datagrams, command lines, core calls.
-// IDs and ports are signed 32-bit numbers on every machine, so both functions keep to that range: a number too large
+// IDs and ports are signed 32-bit numbers on every machine, so all of these keep to that range: a number too large
 // for the 32-bit target behaves the same on a 64-bit desk.
 #pragma once
 

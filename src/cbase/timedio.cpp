@@ -20,12 +20,13 @@ bool wait_for(int fd, short events, Deadline deadline) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
         pollfd watched{fd, events, 0};
         const int ready = poll(&watched, 1, static_cast<int>(std::clamp<long long>(left, 0, 3600LL * 1000)));
-        if (ready > 0) return true;
         if (ready < 0 && errno != EINTR) return false;
-        if (ready == 0 && left <= 0) {
+        // Past the deadline it does not help to be ready: a peer that never stops sending must not be served for ever.
+        if (left <= 0) {
             errno = EAGAIN;
             return false;
         }
+        if (ready > 0) return true;
     }
 }
 
@@ -37,7 +38,7 @@ ssize_t receive(int fd, void* buffer, std::size_t size, Deadline deadline) {
     }
 }
 
-ssize_t send_all(int fd, const void* data, std::size_t size, std::chrono::milliseconds patience) {
+ssize_t send_all(int fd, const void* data, std::size_t size, Deadline deadline) {
     const char* rest = static_cast<const char*>(data);
     std::size_t left = size;
     while (left > 0) {
@@ -46,12 +47,23 @@ ssize_t send_all(int fd, const void* data, std::size_t size, std::chrono::millis
             rest += sent;
             left -= static_cast<std::size_t>(sent);
         } else if (errno == EAGAIN) {
-            if (!wait_for(fd, POLLOUT, deadline_in(patience))) return -1;
+            if (!wait_for(fd, POLLOUT, deadline)) return -1;
         } else if (errno != EINTR) {
             return -1;
         }
     }
     return static_cast<ssize_t>(size);
+}
+
+int accept_connection(int listener) {
+    constexpr int pause = 100;  // milliseconds
+    const int fd = accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    if (fd < 0 && (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM)) {
+        const int reason = errno;
+        poll(nullptr, 0, pause);
+        errno = reason;
+    }
+    return fd;
 }
 
 bool send_blocking(int fd, const std::string& text) {

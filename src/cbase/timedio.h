@@ -1,5 +1,6 @@
-// Reading and writing with a deadline, so that no peer can hold the one thread of the process: used on connections that
-// neighbours and core callers opened and on connections to neighbours. The local services keep plain blocking calls.
+// Reading and writing on connections. With a deadline, so that no peer can hold the one thread of the process: for
+// connections that neighbours and core callers opened, and for connections to neighbours. Without one for the local
+// services, which are waited for.
 #pragma once
 
 #include <sys/types.h>
@@ -20,7 +21,7 @@ inline Deadline deadline_in(std::chrono::milliseconds time) {
     return Clock::now() + time;
 }
 
-// Makes `fd` non-blocking, as the functions below expect for a deadline to hold. False with errno set on failure.
+// Makes `fd` non-blocking, as connecting and TLS need for a deadline to hold. False with errno set on failure.
 bool make_nonblocking(int fd);
 
 // Waits until `fd` is ready for `events` (POLLIN, POLLOUT). False with errno set: EAGAIN when the deadline passed.
@@ -30,8 +31,12 @@ bool wait_for(int fd, short events, Deadline deadline);
 // One receive of at most `size` bytes: the number of bytes, 0 when the peer has shut down, -1 with errno set.
 ssize_t receive(int fd, void* buffer, std::size_t size, Deadline deadline);
 
-// Sends all `size` bytes: `size`, or -1 with errno set (EAGAIN when the peer took nothing for `patience`).
-ssize_t send_all(int fd, const void* data, std::size_t size, std::chrono::milliseconds patience);
+// Sends all `size` bytes: `size`, or -1 with errno set (EAGAIN when the peer has not taken them by the deadline).
+ssize_t send_all(int fd, const void* data, std::size_t size, Deadline deadline);
+
+// Accepts a connection: its descriptor, non-blocking and closed on exec, or -1 with errno set. Pauses for a moment when
+// the system is out of descriptors or memory: the connection stays in the queue and would wake the loop at once again.
+int accept_connection(int listener);
 
 // Sends all of `text` on a blocking socket, without a time-out. False with errno set on failure.
 bool send_blocking(int fd, const std::string& text);

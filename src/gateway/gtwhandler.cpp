@@ -1,7 +1,5 @@
 #include "gateway/gtwhandler.h"
 
-#include <sys/socket.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
@@ -56,7 +54,7 @@ int GtwHandler::initialize() {
         return -1;
     }
     commandsEndpoint = openCommandsEndpoint();
-    if (commandsEndpoint < 0) {
+    if (commandsEndpoint < 0 || commandsEndpoint >= FD_SETSIZE) {
         setLastError("GtwHandler::initialize error cannot initialize commands endpoint");
         return -1;
     }
@@ -74,6 +72,7 @@ int GtwHandler::openCommandsEndpoint() {
 
 int GtwHandler::addGateway(int fd, GtwBaseClass* handler) {
     if (gatewayCount >= mostGateways) return result::gatewayListFull;
+    if (fd >= FD_SETSIZE) return -1;
     gateways[static_cast<std::size_t>(gatewayCount)] = std::make_unique<GtwListElement>(fd, handler);
     ++gatewayCount;
     watch(fd);
@@ -132,7 +131,7 @@ int GtwHandler::run() {
 
 // Takes one call off the commands endpoint: read, parse, answer.
 GtwHandler::CallOutcome GtwHandler::receiveCall() {
-    Descriptor connection(accept4(commandsEndpoint, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+    Descriptor connection(timedio::accept_connection(commandsEndpoint));
     if (!connection.valid()) {
         setLastError("GtwHandler::run accept failed with error '%s', continuing for the next request", strerror(errno));
         return {true, nullptr};
@@ -152,7 +151,7 @@ GtwHandler::CallOutcome GtwHandler::receiveCall() {
 std::optional<std::string> GtwHandler::receiveCallText(int fd) {
     const auto deadline = timedio::deadline_in(timedio::peerTimeout);
     std::array<char, libenvcore::callBlock> block;
-    ssize_t count = timedio::receive(fd, block.data(), block.size(), deadline);
+    const ssize_t count = timedio::receive(fd, block.data(), block.size(), deadline);
     if (count < 0) {
         setLastError("GtwHandler::run recv reading request [1] failed with error '%s', continuing for the next request",
                      strerror(errno));
@@ -160,6 +159,9 @@ std::optional<std::string> GtwHandler::receiveCallText(int fd) {
     }
     std::string received(block.data(), static_cast<std::size_t>(count));
     if (!libenvcore::announces_length(received)) return received;
+    while (received.find('\n') == std::string::npos && received.size() < libenvcore::callBlock) {
+        if (!receiveMore(fd, received, deadline)) return std::nullopt;
+    }
 
     std::string reason;
     const auto announced = libenvcore::parse_call_length(received, reason);
@@ -171,20 +173,23 @@ std::optional<std::string> GtwHandler::receiveCallText(int fd) {
         const std::size_t start = libenvcore::find_call(received);
         const bool begun = start != std::string::npos;
         if (begun && static_cast<long>(received.size() - start) >= *announced) return received.substr(start);
-        count = timedio::receive(fd, block.data(), block.size(), deadline);
-        if (count == 0 || (!begun && received.size() > static_cast<std::size_t>(libenvcore::callLimit))) {
-            errno = EPROTO;
-            count = -1;
-        }
-        if (count < 0) {
-            setLastError(
-                "GtwHandler::run recv reading request [2] failed with error '%s', continuing for the next "
-                "request",
-                strerror(errno));
-            return std::nullopt;
-        }
-        received.append(block.data(), static_cast<std::size_t>(count));
+        if (!begun && received.size() > static_cast<std::size_t>(libenvcore::callLimit)) return std::nullopt;
+        if (!receiveMore(fd, received, deadline)) return std::nullopt;
     }
+}
+
+// Appends the next block of a length-managed call. The early end of the connection is a failure like any other.
+bool GtwHandler::receiveMore(int fd, std::string& received, timedio::Deadline deadline) {
+    std::array<char, libenvcore::callBlock> block;
+    const ssize_t count = timedio::receive(fd, block.data(), block.size(), deadline);
+    if (count > 0) {
+        received.append(block.data(), static_cast<std::size_t>(count));
+        return true;
+    }
+    if (count == 0) errno = EPROTO;
+    setLastError("GtwHandler::run recv reading request [2] failed with error '%s', continuing for the next request",
+                 strerror(errno));
+    return false;
 }
 
 // The core is answered before anything is done with its call, so it never waits for a neighbour. Other requests than

@@ -12,6 +12,7 @@
 
 #include "cbase/descriptor.h"
 #include "cbase/lasterror.h"
+#include "cbase/timedio.h"
 #include "gateway/callfromcoreparameters.h"
 #include "gateway/gtwlistelement.h"
 
@@ -42,7 +43,8 @@ class GtwHandler {
     // Installs the signal handlers and opens the commands endpoint. 0, or -1 with the last error set.
     int initialize();
 
-    // Adds a gateway; `handler` is borrowed. 0, or 30 when the list is full. Duplicates are not looked for.
+    // Adds a gateway; `handler` is borrowed. 0, 30 when the list is full, or -1 for a descriptor that select cannot
+    // watch. Duplicates are not looked for.
     int addGateway(int fd, gtwbasenamespace::GtwBaseClass* handler);
     // Removes the first gateway with that descriptor. 0, or -1 when there is none.
     int removeGateway(int fd);
@@ -74,6 +76,7 @@ class GtwHandler {
     int openCommandsEndpoint();
     CallOutcome receiveCall();
     std::optional<std::string> receiveCallText(int fd);
+    bool receiveMore(int fd, std::string& received, timedio::Deadline deadline);
     CallOutcome answerCall(Descriptor connection, const libenvcore::CoreCall& call);
     int dispatchCall(callfromcoreparametersnamespace::CallFromCoreParameters* parameters, int result);
     int serveGateway(const fd_set& ready, int result);

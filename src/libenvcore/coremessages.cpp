@@ -3,6 +3,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -52,6 +53,10 @@ class Lines {
 // The number that stands after `tag` in a line.
 std::optional<long> number_after(std::string_view line, std::size_t tagLength) {
     return parse_number(std::string(line.substr(tagLength)));
+}
+
+bool is_number_text(std::string_view text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
 // Builds the texts of a malformed call: each names the line at fault and, once known, the request.
@@ -141,7 +146,7 @@ std::optional<long> parse_call_length(std::string_view firstBlock, std::string& 
     const std::string_view line = Lines(firstBlock).next().value_or("");
     const std::string_view number = line.substr(std::min(lengthTag.size(), line.size()));
     const auto length = parse_number(std::string(number));
-    if (length && *length <= callLimit) return length;
+    if (length && *length >= 0 && *length <= callLimit) return length;
     error = "GtwHandler::run length of request after 'LengthRequestIs: ' request statement is not a valid number '" +
             std::string(number) + "', continuing for the next request";
     return std::nullopt;
@@ -195,8 +200,11 @@ std::optional<CoreReply> parse_core_reply(std::string_view text, const std::stri
     const std::string_view status = statusLine->substr(statusTag.size());
     if (status.substr(0, statusPrefix.size()) != statusPrefix)
         return fail("error: FSMCore response not in the FSMC-NNN format");
-    const auto code = number_after(status, statusPrefix.size());
-    if (!code) return fail(std::string("error strtol with error '") + strerror(EINVAL) + "'");
+    const std::string_view digits = status.substr(statusPrefix.size());
+    const auto code = number_after(digits, 0);
+    if (!code || std::isdigit(static_cast<unsigned char>(digits.front())) == 0)
+        return fail(std::string("error strtol with error '") + strerror(is_number_text(digits) ? ERANGE : EINVAL) +
+                    "'");
     reply.status = static_cast<int>(*code);
 
     const auto countLine = lines.next();

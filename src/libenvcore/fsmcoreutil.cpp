@@ -148,7 +148,7 @@ void free_core_texts(char** texts, int count) {
 int fsmcore_response(int fd, int status, int count, char** parameters) {
     const std::string reply =
         libenvcore::format_core_reply(status, texts_of(parameters, count)).substr(0, responseLimit);
-    if (timedio::send_all(fd, reply.data(), reply.size(), timedio::peerTimeout) < 0) {
+    if (timedio::send_all(fd, reply.data(), reply.size(), timedio::deadline_in(timedio::peerTimeout)) < 0) {
         error("FSMCoreutil->fsmcore_response send writing response failed with error '%s'", strerror(errno));
         close(fd);
         return result::sendFailed;

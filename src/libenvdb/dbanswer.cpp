@@ -18,7 +18,7 @@ constexpr std::size_t longestLengthLine = 64;  // the tag and any number that ma
 constexpr std::size_t numrowsLabel = 10;       // characters before the number of rows
 constexpr std::size_t rowLabel = 11;           // characters before the header and before each row
 constexpr std::size_t insertLabel = 16;        // characters before the ID of an INSERT
-constexpr std::size_t mostColumns = 512;       // no table has as many; keeps a wild header from multiplying
+constexpr std::size_t mostColumns = 512;       // no table has as many
 
 bool same_ignoring_case(std::string_view a, std::string_view b) {
     return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
@@ -72,7 +72,7 @@ AnswerCollector::State AnswerCollector::readLengthLine() {
     const auto length = parse_number(lengthLine_.substr(lengthTag.size()));
     if (!length || *length < 0 || *length > payloadLimit) return State::malformed;
     announced_ = *length;
-    searchFrom_ = lineEnd + 1;
+    searchFrom_ = tagArea_ = lineEnd + 1;
     return State::complete;
 }
 
@@ -87,7 +87,10 @@ AnswerCollector::State AnswerCollector::add(std::string_view bytes) {
         // The tag may be cut at the end of what has come.
         if (payloadStart_ == std::string::npos && received_.size() >= searchFrom_ + payloadTag.size())
             searchFrom_ = received_.size() - payloadTag.size() + 1;
-        if (received_.size() > static_cast<std::size_t>(2 * payloadLimit)) return State::malformed;
+        // Once so much has come without it, no answer of the announced length can follow.
+        const std::size_t most = static_cast<std::size_t>(announced_) + payloadTag.size();
+        if (payloadStart_ == std::string::npos && announced_ > 0 && received_.size() - tagArea_ >= most)
+            return State::malformed;
     }
     const std::size_t held = payloadStart_ == std::string::npos ? 0 : received_.size() - payloadStart_;
     return held >= static_cast<std::size_t>(announced_) ? State::complete : State::incomplete;
@@ -127,6 +130,8 @@ std::optional<SelectAnswer> parse_select(std::string_view payload, std::string& 
     for (long row = 1; row < *announced; ++row) {
         const auto line = next_line(rest);
         if (!line || (line->empty() && !rest)) break;
+        // Lines without values must not multiply into more values than there are bytes.
+        if ((answer.rows.size() + 1) * answer.columns.size() > payload.size()) break;
         answer.rows.push_back(split_values(without_first(*line, rowLabel), answer.columns.size()));
     }
     return answer;

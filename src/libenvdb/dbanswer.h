@@ -32,6 +32,7 @@ class AnswerCollector {
     std::string received_;
     std::string lengthLine_;
     long announced_ = -1;         // payload bytes, -1 until the length line is there
+    std::size_t tagArea_ = 0;     // first byte after the length line
     std::size_t searchFrom_ = 0;  // first place where the payload's tag may still begin
     std::size_t payloadStart_ = std::string::npos;
 };

@@ -13,7 +13,7 @@ int dbmanager_socket_request(int port, const char* function, const char* type, c
                              const char* statement, char** out_lengthline, char** out_status, char** out_payloadlength,
                              char** out_payload);
 
-// The block that keeps an answer's status while it is read.
+// A block for callers that read an answer themselves: its status, its rows. db_request needs none.
 struct QueryResults {
     char* responseStatus;  // owned, null at first
     int rowCount;          // -1 at first

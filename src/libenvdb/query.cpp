@@ -36,6 +36,11 @@ const AssociativeArray<char*>* first_row(const db_request& answer) {
     return answer.get_rows_num() > 0 && !answer.rows.empty() ? &answer.rows.begin()->second : nullptr;
 }
 
+bool has_value(const AssociativeArray<char*>& row, const char* column) {
+    const char* value = row.value(column);
+    return value != nullptr && *value != '\0';
+}
+
 long number_in(const AssociativeArray<char*>& row, const char* column) {
     return to_number(row.value(column));
 }

@@ -39,6 +39,8 @@ requires std::is_arithmetic_v<Number> std::string quoted(Number value) {
 // The first row of an answer, or null when it has none.
 const AssociativeArray<char*>* first_row(const db_request& answer);
 
+// Whether a row's column has a value. A row that was cut has empty values: without its ID it cannot be read.
+bool has_value(const AssociativeArray<char*>& row, const char* column);
 // The value of a row's column as a decimal number; 0 when the column is missing or not a number.
 long number_in(const AssociativeArray<char*>& row, const char* column);
 // The value of a row's column; empty when the column is missing.

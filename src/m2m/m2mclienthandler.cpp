@@ -126,6 +126,7 @@ int M2MClientHandler::deleteFromDB() {
     setRunner(-1);
     setNeighbour(nullptr);
     setClientBrowser(nullptr);
+    setAttachArrived(false);  // nothing is on record any more: the watchdog ends a process that lives on
     return result::ok;
 }
 
@@ -174,7 +175,7 @@ std::string M2MClientHandler::generateNewMessageID() const {
 
 int M2MClientHandler::socketAcceptWrapper(int listener) {
     readDeadline_ = timedio::deadline_in(timedio::peerTimeout);
-    if (!sslEnabled_) return accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    if (!sslEnabled_) return timedio::accept_connection(listener);
     SSL* session = nullptr;
     int withoutSession = -1;
     const int fd = accept_SSLsocket(listener, sslServerContext_.get(), &session, &withoutSession);
@@ -211,9 +212,9 @@ int M2MClientHandler::socketReadWrapper(int fd, void* buffer, int length) {
 }
 
 int M2MClientHandler::socketWriteWrapper(int fd, const void* data, int length) {
-    if (!sslEnabled_)
-        return static_cast<int>(timedio::send_all(fd, data, static_cast<std::size_t>(length), timedio::peerTimeout));
-    if (SSL* session = sessionOf(fd)) return write_SSLsocket(session, data, length, timedio::peerTimeout);
+    const auto deadline = timedio::deadline_in(timedio::peerTimeout);
+    if (!sslEnabled_) return static_cast<int>(timedio::send_all(fd, data, static_cast<std::size_t>(length), deadline));
+    if (SSL* session = sessionOf(fd)) return write_SSLsocket(session, data, length, deadline);
     error("m2mclienthandler->socketWriteWrapper SSL enabled, but there is no SSL session for file descriptor <%d>", fd);
     return 0;
 }

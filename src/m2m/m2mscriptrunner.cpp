@@ -50,7 +50,7 @@ int M2MScriptRunner::readFromDB(int id) {
         {"m2mscriptrunner->readFromDB", "\n"});
     if (!answer) return result::dbRequestFailed;
     const auto* row = libenvdb::first_row(*answer);
-    if (row == nullptr || row->IsItem("ID") == 0) return result::missing;
+    if (row == nullptr || !libenvdb::has_value(*row, "ID")) return result::missing;
     setID(libenvdb::number_in(*row, "ID"));
     setName(libenvdb::text_in(*row, "NAME"));
     setType(libenvdb::text_in(*row, "TYPE"));
@@ -79,7 +79,7 @@ int M2MScriptRunner::insertOnDB() {
         {"m2mscriptrunner->insertOnDB", "\n"});
     if (!answer) return result::dbRequestFailed;
     const auto* row = libenvdb::first_row(*answer);
-    if (row == nullptr || row->IsItem("ID") == 0) {
+    if (row == nullptr || !libenvdb::has_value(*row, "ID")) {
         error("m2mscriptrunner->insertOnDB error retrieving the ID of the last object inserted");
         return result::missing;
     }

@@ -57,7 +57,7 @@ int M2MClientBrowser::insertOnDB() {
         error("m2mclientbrowser->insertOnDB error retrieving the ID of the last object inserted");
         return result::missing;
     }
-    if (row->IsItem("ID") == 0) {
+    if (!libenvdb::has_value(*row, "ID")) {
         error("m2mclientbrowser->insertOnDB error retrieving the ID of the last object inserted from the SQL result");
         return result::nothingDone;
     }
@@ -103,7 +103,7 @@ int M2MClientBrowser::readFromDB(long id) {
         error("m2mclientbrowser->readFromDB error retrieving information from DB");
         return result::missing;
     }
-    if (row->IsItem("ID") == 0) {
+    if (!libenvdb::has_value(*row, "ID")) {
         error("m2mclientbrowser->readFromDB error retrieving information of the sql result");
         return result::nothingDone;
     }

@@ -103,7 +103,7 @@ bool M2MClientBrowser::searchRelationWithUserOnDB(bool loadUser) {
             " AND R.ACTION=" + quoted(userAction) + ";\n",
         operation);
     const auto* row = answer ? libenvdb::first_row(*answer) : nullptr;
-    if (row == nullptr || row->IsItem("ID") == 0) return false;
+    if (row == nullptr || !libenvdb::has_value(*row, "ID")) return false;
     setUserRelationID(libenvdb::number_in(*row, "ID"));
     setToken(libenvdb::text_in(*row, "TOKEN"));
     if (loadUser) setUser(libenvdb::number_in(*row, "USER_ID"));
@@ -129,7 +129,7 @@ int M2MClientBrowser::insertRelationWithUserOnDB() {
         {operation, "\n"});
     if (!answer) return result::dbRequestFailed;
     const auto* row = libenvdb::first_row(*answer);
-    if (row == nullptr || row->IsItem("ID") == 0) return result::nothingDone;
+    if (row == nullptr || !libenvdb::has_value(*row, "ID")) return result::nothingDone;
     setUserRelationID(libenvdb::number_in(*row, "ID"));
     return result::ok;
 }
@@ -184,7 +184,9 @@ int M2MClientBrowser::insertRelationWithRemotableObjectOnDB(long objectid, long 
             quoted(objectid) + ", " + quoted(getID()) + ", " + quoted(objectTypology) + ", " + quoted(accessmode) +
             ", " + quoted(objectAction) + ", " + quoted(value >= 0 ? value : objectid) + " );\n",
         {operation, "\n"});
-    return answer ? result::ok : result::dbRequestFailed;
+    // A failed INSERT reports no error, it only brings no ID: ask then, since the mark in the cache must not disagree.
+    const bool stored = answer && (answer->get_last_insert_id() > 0 || searchRelationWithRemotableObjectOnDB(objectid));
+    return stored ? result::ok : result::dbRequestFailed;
 }
 
 int M2MClientBrowser::updateRelationWithRemotableObjectOnDB(long objectid, long value, const std::string& accessmode) {

@@ -62,7 +62,8 @@ int M2MNeighbour::fillFromDB() {
     const auto answer =
         libenvdb::query("SELECT NL.* FROM KOVAD_NEIGHBOUR NL WHERE " + condition + ";", "m2mneighbour->fillFromDB");
     if (!answer) return result::dbRequestFailed;
-    if (answer->rows.empty()) return result::missing;
+    const auto* first = libenvdb::first_row(*answer);
+    if (first == nullptr || !libenvdb::has_value(*first, "ID")) return result::missing;
     for (const auto& [index, row] : answer->rows)
         for (const auto& item : row) setField(item.second, item.first);
     return result::ok;
@@ -80,7 +81,8 @@ int M2MNeighbour::insertOnDB() {
             " ); SELECT last_insert_rowid() AS ID;\n",
         {"m2mneighbour->insertOnDB", "\n"});
     if (!answer) return result::dbRequestFailed;
-    if (const char* id = libenvdb::first_value_named(*answer, "ID")) id_ = to_number(id);
+    const char* id = libenvdb::first_value_named(*answer, "ID");
+    if (id != nullptr && *id != '\0') id_ = to_number(id);
     return result::ok;
 }
 

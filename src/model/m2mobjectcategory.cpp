@@ -39,7 +39,7 @@ int M2MObjectCategory::readFromDB(long id) {
         error("m2mobjectcategory->readFromDB error retrieving information from DB");
         return result::nothingDone;
     }
-    if (row->IsItem("ID") == 0) {
+    if (!libenvdb::has_value(*row, "ID")) {
         error("m2mobjectcategory->readFromDB error retrieving information of the sql result");
         return result::nothingDone;
     }

@@ -25,6 +25,8 @@ constexpr const char* elementTag = "tag_complex_element";
 
 // Children of children end here: no home nests as deep, and reading and encoding recurse.
 constexpr int deepestNesting = 32;
+// And so do they here: objects that are each other's children in many ways would fill the memory when encoded.
+constexpr long mostElements = 10000;
 
 // The objects that are being read. The relation table may name an object among its own descendants; it counts as not
 // found for them.
@@ -79,6 +81,7 @@ void M2MRemotableObject::copyAllAttributes(const M2MRemotableObject* other) {
     complex_ = other->complex_;
     pollingRequired_ = other->pollingRequired_;
     levelsBelow_ = other->levelsBelow_;
+    elementsBelow_ = other->elementsBelow_;
 }
 
 // --- The cache -----------------------------------------------------------------------------------------------------
@@ -147,7 +150,7 @@ int M2MRemotableObject::readObjectRow(long id, bool discoverable) {
             statement.c_str());
         return result::dbRequestFailed;
     }
-    if (row->IsItem("ID") == 0) {
+    if (!libenvdb::has_value(*row, "ID")) {
         error("m2mremotableobject->readFromDB error retrieving information of the sql result");
         return result::dbRequestFailed;
     }
@@ -155,7 +158,7 @@ int M2MRemotableObject::readObjectRow(long id, bool discoverable) {
     setType(libenvdb::text_in(*row, "TYPE"));
     setPhpClass(libenvdb::text_in(*row, "PHPCLASS"));
     setOptional(libenvdb::text_in(*row, "OPTIONALS"));
-    setEnable(row->value("ENABLE_FLAG") != nullptr);  // whatever it holds: the flag's presence is what counts
+    setEnable(libenvdb::has_value(*row, "ENABLE_FLAG"));  // whatever it holds: only NULL disables
     setRendering(libenvdb::number_in(*row, "RENDERING_ID"));
     setName(libenvdb::text_in(*row, "NAME"));
     setCurrentValue(libenvdb::text_in(*row, "CURRENT_VALUE"));
@@ -363,9 +366,12 @@ void M2MRemotableObject::setElementChildren(const Children* children) {
 
 void M2MRemotableObject::setElementChildren(const Pointer& child) {
     if (!child || child->levelsBelow_ + 1 >= deepestNesting) return;
+    const long elements = elementsBelow_ + 1 + child->elementsBelow_;
+    if (elements > mostElements) return;
     if (!elementChildren_) elementChildren_ = std::make_unique<Children>();
-    elementChildren_->emplace(child->getID(), child);
+    if (!elementChildren_->emplace(child->getID(), child).second) return;
     levelsBelow_ = std::max(levelsBelow_, child->levelsBelow_ + 1);
+    elementsBelow_ = elements;
 }
 
 std::list<long> M2MRemotableObject::getElementChildrenIDList() const {

@@ -138,7 +138,8 @@ class M2MRemotableObject : public M2MKovadObject {
     bool registered_ = false;
     bool complex_ = false;
     bool pollingRequired_ = false;
-    int levelsBelow_ = 0;  // of children, their children and so on
+    int levelsBelow_ = 0;     // of children, their children and so on
+    long elementsBelow_ = 0;  // counted once per way that leads to them, as they are encoded
 };
 
 // The tag of a child from the options text of its relation: what stands after tag_complex_element=" there, up to the

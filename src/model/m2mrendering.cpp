@@ -95,7 +95,7 @@ int M2MRendering::readFromDB(long id) {
         error("m2mremotableobject->readFromDB error retrieving information from DB");
         return result::nothingDone;
     }
-    if (row->IsItem("ID") == 0) {
+    if (!libenvdb::has_value(*row, "ID")) {
         error("m2mremotableobject->readFromDB error retrieving information of the sql result");
         return result::nothingDone;
     }

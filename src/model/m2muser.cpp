@@ -36,7 +36,7 @@ int M2MUser::takeFirstRow(const libenvdb::db_request& answer, const std::string&
         error("%s", noRow.c_str());
         return result::missing;
     }
-    if (row->IsItem("ID") == 0) {
+    if (!libenvdb::has_value(*row, "ID")) {
         error("%s", unreadableRow);
         return result::nothingDone;
     }

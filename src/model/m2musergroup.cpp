@@ -26,7 +26,7 @@ int M2MUserGroup::readFromDB(long id) {
         error("m2musergroup->readFromDB error retrieving user group with ID <%ld>: user group not found", id);
         return result::missing;
     }
-    if (row->IsItem("ID") == 0) {
+    if (!libenvdb::has_value(*row, "ID")) {
         error("m2musergroup->readFromDB error retrieving the ID of the user group from SQL result");
         return result::nothingDone;
     }

@@ -7,11 +7,8 @@ namespace {
 constexpr const char* encodeUnit = "m2mattachrequestdatagram->encodeJSON";
 }
 
-M2MAttachRequestDatagram::M2MAttachRequestDatagram() : options_(std::make_unique<Options>()) {}
-
-M2MAttachRequestDatagram::M2MAttachRequestDatagram(const M2MAttachRequestDatagram* other) : M2MAttachRequestDatagram() {
+M2MAttachRequestDatagram::M2MAttachRequestDatagram(const M2MAttachRequestDatagram* other) : M2MRequestDatagram(other) {
     if (other == nullptr) return;
-    M2MRequestDatagram::operator=(*other);
     clientTag_ = other->clientTag_;
     username_ = other->username_;
     password_ = other->password_;
@@ -25,7 +22,7 @@ M2MAttachRequestDatagram::M2MAttachRequestDatagram(const M2MAttachRequestDatagra
 }
 
 M2MAttachRequestDatagram::M2MAttachRequestDatagram(const std::string& json)
-    : M2MRequestDatagram(json), communicationMode_(M2MCommunicationMode::unset) {
+    : M2MRequestDatagram(json), options_(nullptr), communicationMode_(M2MCommunicationMode::unset) {
     const DatagramReader reader(json, "m2mattachrequestdatagram->M2MAttachRequestDatagram( string )");
     if (!reader.load(JSON_DECODE_ANY, DatagramReader::LoadText::plain)) return;
     reader.readText("clienttag", clientTag_);

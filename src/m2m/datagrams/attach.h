@@ -14,7 +14,8 @@ class M2MAttachRequestDatagram : public M2MRequestDatagram {
   public:
     using Options = std::map<std::string, std::string>;
 
-    M2MAttachRequestDatagram();
+    using M2MRequestDatagram::M2MRequestDatagram;
+    M2MAttachRequestDatagram() = default;
     explicit M2MAttachRequestDatagram(const M2MAttachRequestDatagram* other);
     // A parsed request holds no options map, so the options of a received datagram are checked and dropped.
     explicit M2MAttachRequestDatagram(const std::string& json);
@@ -61,7 +62,7 @@ class M2MAttachRequestDatagram : public M2MRequestDatagram {
     int protocolVersion_ = 0;
     std::string ipAddress_;
     int port_ = 0;
-    std::unique_ptr<Options> options_;
+    std::unique_ptr<Options> options_ = std::make_unique<Options>();
     M2MCommunicationMode communicationMode_ = M2MCommunicationMode::direct;
 };
 

@@ -16,15 +16,14 @@ M2MChangeStatusRequestDatagram::M2MChangeStatusRequestDatagram(const std::string
                                                                const std::string& function, const std::string& token,
                                                                const std::string& messageID,
                                                                const std::list<long>* objectIDs, bool responseRequired)
-    : M2MRequestDatagram(source, destination, type, function, token, messageID), responseRequired_(responseRequired) {
-    setObjectIDList(objectIDs);
-}
+    : ObjectIdRequestDatagram(source, destination, type, function, token, objectIDs, messageID),
+      responseRequired_(responseRequired) {}
 
-M2MChangeStatusRequestDatagram::M2MChangeStatusRequestDatagram(const M2MChangeStatusRequestDatagram* other) {
-    if (other != nullptr) *this = *other;
-}
+M2MChangeStatusRequestDatagram::M2MChangeStatusRequestDatagram(const M2MChangeStatusRequestDatagram* other)
+    : ObjectIdRequestDatagram(other), responseRequired_(other != nullptr && other->responseRequired_) {}
 
-M2MChangeStatusRequestDatagram::M2MChangeStatusRequestDatagram(const std::string& json) : M2MRequestDatagram(json) {
+M2MChangeStatusRequestDatagram::M2MChangeStatusRequestDatagram(const std::string& json)
+    : ObjectIdRequestDatagram(json) {
     const DatagramReader reader(json, parseUnit);
     if (!reader.load(JSON_DECODE_ANY, DatagramReader::LoadText::plain)) return;
     const json_t* ids = reader.member("object_ids");
@@ -41,8 +40,8 @@ M2MChangeStatusRequestDatagram::M2MChangeStatusRequestDatagram(const std::string
 
 json_t* M2MChangeStatusRequestDatagram::encodeJSON() const {
     Json root(M2MRequestDatagram::encodeJSON());
-    if (!root || ids_.get() == nullptr) return root.release();
-    if (const auto objects = M2MRemotableObject::readValuesFromDB(ids_.get())) {
+    if (!root || getObjectIDList() == nullptr) return root.release();
+    if (const auto objects = M2MRemotableObject::readValuesFromDB(getObjectIDList())) {
         Json array(json_array());
         for (const auto& object : *objects)
             if (object && json_array_append_new(array.get(), object->encodeJSONWithValueOnly()) != 0)

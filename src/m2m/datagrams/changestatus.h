@@ -4,10 +4,9 @@
 #include <list>
 #include <string>
 
-#include "m2m/datagrams/datagram.h"
 #include "m2m/datagrams/objectidlist.h"
 
-class M2MChangeStatusRequestDatagram : public M2MRequestDatagram {
+class M2MChangeStatusRequestDatagram : public ObjectIdRequestDatagram {
   public:
     M2MChangeStatusRequestDatagram() = default;
     // Copies the list, which may be null.
@@ -21,16 +20,9 @@ class M2MChangeStatusRequestDatagram : public M2MRequestDatagram {
     // Reads the objects' current values from the database and writes them as "objects", then "answer_required".
     json_t* encodeJSON() const;
 
-    // The IDs of the objects that changed, or null; owned by the datagram.
-    const std::list<long>* getObjectIDList() const { return ids_.get(); }
-    // Appends one ID.
-    void setObjectIDList(long id) { ids_.append(id); }
-    // Copies the list in place of the one held.
-    void setObjectIDList(const std::list<long>* ids) { ids_.set(ids); }
     bool getResponseRequired() const { return responseRequired_; }
     void setResponseRequired(bool required) { responseRequired_ = required; }
 
   private:
-    ObjectIdList ids_;
     bool responseRequired_ = false;
 };

@@ -1,5 +1,7 @@
 #include "m2m/datagrams/datagramreader.h"
 
+#include <cstring>
+
 #include "cbase/logging.h"
 #include "cbase/numbers.h"
 #include "m2m/datagrams/passwordmask.h"
@@ -22,6 +24,8 @@ bool DatagramReader::load(std::size_t flags, LoadText wording) const {
         return true;
     }
     const std::string masked = mask_passwords(text_);
+    char* quoted = std::strstr(failure_.text, " near '");  // the loader's reason ends with a piece of the text
+    if (quoted != nullptr && may_hold_password(text_)) *quoted = '\0';
     if (wording == LoadText::withReason) {
         error("%s error loading the JSON <%s> with error: %s", unit_, masked.c_str(), failure_.text);
     } else {

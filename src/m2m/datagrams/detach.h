@@ -7,6 +7,7 @@
 
 class M2MDetachRequestDatagram : public M2MRequestDatagram {
   public:
+    using M2MRequestDatagram::M2MRequestDatagram;
     M2MDetachRequestDatagram() = default;
     explicit M2MDetachRequestDatagram(const M2MDetachRequestDatagram* other);
     explicit M2MDetachRequestDatagram(const std::string& json);

@@ -25,15 +25,14 @@ void encode_action(json_t* object, json_t* items, const std::string& tag, const 
 }  // namespace
 
 M2MDoActionRequestDatagram::M2MDoActionRequestDatagram(const M2MDoActionRequestDatagram* other)
-    : M2MRequestDatagram(other) {
+    : ObjectIdRequestDatagram(other) {
     if (other == nullptr) return;
-    ids_ = other->ids_;
     copy(tags_, other->tags_.get());
     copy(actions_, other->actions_.get());
     copy(values_, other->values_.get());
 }
 
-M2MDoActionRequestDatagram::M2MDoActionRequestDatagram(const std::string& json) : M2MRequestDatagram(json) {
+M2MDoActionRequestDatagram::M2MDoActionRequestDatagram(const std::string& json) : ObjectIdRequestDatagram(json) {
     const DatagramReader reader(json, parseUnit);
     if (!reader.load(JSON_DECODE_ANY, DatagramReader::LoadText::plain)) return;
     const bool found = DatagramReader::forEachEntry(reader.member("objects"),
@@ -65,22 +64,22 @@ void M2MDoActionRequestDatagram::parseItem(const DatagramReader& reader, long id
 
 json_t* M2MDoActionRequestDatagram::encodeJSON() const {
     Json root(M2MRequestDatagram::encodeJSON());
-    if (!root || ids_.get() == nullptr || !tags_ || !actions_ || !values_) return root.release();
+    if (!root || getObjectIDList() == nullptr || !tags_ || !actions_ || !values_) return root.release();
     Json objects(json_array());
     json_t* object = nullptr;  // the entry being filled, owned by the array
     long objectId = 0;
     auto tag = tags_->begin();
     auto action = actions_->begin();
     auto value = values_->begin();
-    for (const long id : *ids_.get()) {
+    for (const long id : *getObjectIDList()) {
         if (tag == tags_->end() || action == actions_->end() || value == values_->end()) break;
         if (object == nullptr || id != objectId) {
             Json entry(json_object());
             object = entry.get();
             objectId = id;
-            json_object_set_new(object, "id", json_integer(id));
-            json_object_set_new(object, "items", json_array());
-            if (json_array_append_new(objects.get(), entry.release()) != 0) {
+            const bool made = json_object_set_new(object, "id", json_integer(id)) == 0 &&
+                              json_object_set_new(object, "items", json_array()) == 0;
+            if (!made || json_array_append_new(objects.get(), entry.release()) != 0) {
                 error("m2mdoactionrequestdatagram->encodeJSON error adding object id <%ld>", id);
                 break;
             }

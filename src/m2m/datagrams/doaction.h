@@ -5,17 +5,19 @@
 #include <memory>
 #include <string>
 
-#include "m2m/datagrams/datagram.h"
 #include "m2m/datagrams/objectidlist.h"
 
 class DatagramReader;
 
 // Four parallel lists: entry i of each together is one action. A list is null until its first entry.
-class M2MDoActionRequestDatagram : public M2MRequestDatagram {
+class M2MDoActionRequestDatagram : public ObjectIdRequestDatagram {
   public:
     using Texts = std::list<std::string>;
 
     M2MDoActionRequestDatagram() = default;
+    M2MDoActionRequestDatagram(const std::string& source, const std::string& destination, const std::string& type,
+                               const std::string& function, const std::string& token, const std::string& messageID)
+        : ObjectIdRequestDatagram(source, destination, type, function, token, nullptr, messageID) {}
     explicit M2MDoActionRequestDatagram(const M2MDoActionRequestDatagram* other);
     // Takes the items that have a name, an action and a value.
     explicit M2MDoActionRequestDatagram(const std::string& json);
@@ -24,11 +26,8 @@ class M2MDoActionRequestDatagram : public M2MRequestDatagram {
     // (those of its last action) and an empty item stands for each action, as readers of this form expect.
     json_t* encodeJSON() const;
 
-    // The lists, or null; owned by the datagram. The setters append one entry, or copy a whole list.
-    const std::list<long>* getObjectIDList() const { return ids_.get(); }
-    void setObjectIDList(long id) { ids_.append(id); }
-    void setObjectIDList(const std::list<long>* ids) { ids_.set(ids); }
-    // Item names.
+    // The lists beside that of the object IDs, or null; owned by the datagram. The setters append one entry, or copy a
+    // whole list. Item names.
     const Texts* getObjectTagList() const { return tags_.get(); }
     void setObjectTagList(const std::string& tag) { append(tags_, tag); }
     void setObjectTagList(const Texts* tags) { copy(tags_, tags); }
@@ -45,7 +44,6 @@ class M2MDoActionRequestDatagram : public M2MRequestDatagram {
     void parseObject(const DatagramReader& reader, const json_t* object);
     void parseItem(const DatagramReader& reader, long id, const json_t* item);
 
-    ObjectIdList ids_;
     std::unique_ptr<Texts> tags_;
     std::unique_ptr<Texts> actions_;
     std::unique_ptr<Texts> values_;

@@ -18,13 +18,12 @@ std::unique_ptr<T> copy_of(const T* other) {
 }  // namespace
 
 M2MGetStatusRequestDatagram::M2MGetStatusRequestDatagram(const M2MGetStatusRequestDatagram* other)
-    : M2MRequestDatagram(other) {
+    : ObjectIdRequestDatagram(other) {
     if (other == nullptr) return;
-    ids_ = other->ids_;
     tags_ = copy_of(other->tags_.get());
 }
 
-M2MGetStatusRequestDatagram::M2MGetStatusRequestDatagram(const std::string& json) : M2MRequestDatagram(json) {
+M2MGetStatusRequestDatagram::M2MGetStatusRequestDatagram(const std::string& json) : ObjectIdRequestDatagram(json) {
     const DatagramReader reader(json, parseUnit);
     if (!reader.load(JSON_DECODE_ANY, DatagramReader::LoadText::plain)) return;
     const bool found = DatagramReader::forEachEntry(reader.member("objects"),

@@ -5,26 +5,24 @@
 #include <memory>
 #include <string>
 
-#include "m2m/datagrams/datagram.h"
 #include "m2m/datagrams/objectidlist.h"
 #include "model/m2mremotableobject.h"
 
-class M2MGetStatusRequestDatagram : public M2MRequestDatagram {
+class M2MGetStatusRequestDatagram : public ObjectIdRequestDatagram {
   public:
     using ItemNames = M2MRemotableObject::ItemNames;
     using TagMap = M2MRemotableObject::ItemNamesById;
 
     M2MGetStatusRequestDatagram() = default;
+    M2MGetStatusRequestDatagram(const std::string& source, const std::string& destination, const std::string& type,
+                                const std::string& function, const std::string& token, const std::string& messageID)
+        : ObjectIdRequestDatagram(source, destination, type, function, token, nullptr, messageID) {}
     explicit M2MGetStatusRequestDatagram(const M2MGetStatusRequestDatagram* other);
     explicit M2MGetStatusRequestDatagram(const std::string& json);
 
     // The envelope only: the program answers this request and never sends it.
     json_t* encodeJSON() const { return M2MRequestDatagram::encodeJSON(); }
 
-    // The IDs in the order of the request, or null; owned by the datagram.
-    const std::list<long>* getObjectIDList() const { return ids_.get(); }
-    void setObjectIDList(long id) { ids_.append(id); }
-    void setObjectIDList(const std::list<long>* ids) { ids_.set(ids); }
     // The item names asked for by object ID (an empty list asks for the whole object), or null; owned by the datagram.
     const TagMap* getObjectTagList() const { return tags_.get(); }
     // Copies the names in place of those held for the ID, making the map on first use; null gives an empty list.
@@ -37,7 +35,6 @@ class M2MGetStatusRequestDatagram : public M2MRequestDatagram {
   private:
     void parseObject(const std::string& json, const json_t* object);
 
-    ObjectIdList ids_;
     std::unique_ptr<TagMap> tags_;
 };
 

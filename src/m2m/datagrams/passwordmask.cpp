@@ -102,31 +102,54 @@ std::size_t find_word(std::string_view text, std::size_t from) {
     return std::string_view::npos;
 }
 
+// Where the next name "password" ends: the plain word in whatever case, or a string that says so with escapes.
+std::size_t find_name_end(std::string_view text, std::size_t from) {
+    const std::size_t word = find_word(text, from);
+    std::size_t escape = text.find("\\u", from);
+    while (escape < word) {
+        const std::size_t open = text.rfind('"', escape);
+        const bool inString = open != std::string_view::npos && open >= from;
+        const std::size_t close = inString ? string_end(text, open) : std::string_view::npos;
+        if (inString && names_password(text.substr(open, close - open))) return close;
+        escape = text.find("\\u", escape + 1);
+    }
+    return word == std::string_view::npos ? word : word + memberName.size();
+}
+
+// End of a value in a text that is no JSON.
+std::size_t loose_value_end(std::string_view text, std::size_t at) {
+    if (text[at] == '"' || text[at] == '\'') return string_end(text, at);
+    if (text[at] == '[' || text[at] == '{') return value_end(text, at);
+    return std::min(text.find_first_of(",}&;\r\n", at), text.size());
+}
+
 std::string mask_other(std::string_view text) {
     std::string out;
     std::size_t at = 0;
-    for (std::size_t word = find_word(text, 0); word != std::string_view::npos; word = find_word(text, at)) {
-        std::size_t next = word + memberName.size();
+    for (std::size_t next = find_name_end(text, 0); next != std::string_view::npos; next = find_name_end(text, at)) {
         out += text.substr(at, next - at);
         at = next;
-        while (next < text.size() && std::strchr("\"'\\ \t\r\n", text[next]) != nullptr) ++next;
-        if (next >= text.size() || (text[next] != ':' && text[next] != '=')) continue;
-        const std::size_t value = std::min(text.find_first_not_of(" \t\r\n\\", next + 1), text.size());
-        out += text.substr(at, value - at);
-        at = value;
-        if (value == text.size()) break;
-        const bool quoted = text[value] == '"' || text[value] == '\'';
-        const std::size_t end = quoted ? string_end(text, value) : text.find_first_of(",}&;\r\n", value);
-        at = append_masked(out, text, value, std::min(end, text.size()));
+        // The name's closing quote, escaped or not, and blanks; then a colon or equals sign, or at least a quoted
+        // value.
+        next = std::min(text.find_first_not_of("\"'\\", next), text.size());
+        next = skip_blanks(text, next);
+        const bool separated = next < text.size() && (text[next] == ':' || text[next] == '=');
+        if (separated) next = std::min(text.find_first_not_of(" \t\r\n\\", next + 1), text.size());
+        if (next >= text.size() || (!separated && text[next] != '"' && text[next] != '\'')) continue;
+        out += text.substr(at, next - at);
+        at = append_masked(out, text, next, loose_value_end(text, next));
     }
     return out + std::string(text.substr(at));
 }
 
 }  // namespace
 
+bool may_hold_password(const std::string& text) {
+    return find_word(text, 0) != std::string::npos || text.find("\\u") != std::string::npos;
+}
+
 std::string mask_passwords(const std::string& text) {
-    const bool mayHoldOne = find_word(text, 0) != std::string::npos || text.find("\\u") != std::string::npos;
-    if (!mayHoldOne) return text;
+    if (!may_hold_password(text)) return text;
     const Json parsed(json_loads(text.c_str(), JSON_DECODE_ANY, nullptr));
     return parsed ? mask_json(text) : mask_other(text);
 }

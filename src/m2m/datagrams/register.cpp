@@ -1,23 +1,10 @@
 #include "m2m/datagrams/register.h"
 
-#include "cbase/jsontext.h"
 #include "cbase/logging.h"
 #include "cbase/numbers.h"
 #include "m2m/datagrams/datagramreader.h"
 
-M2MRegisterRequestDatagram::M2MRegisterRequestDatagram(const std::string& source, const std::string& destination,
-                                                       const std::string& type, const std::string& function,
-                                                       const std::string& token, const std::list<long>* objectIDs,
-                                                       const std::string& messageID)
-    : M2MRequestDatagram(source, destination, type, function, token, messageID) {
-    setObjectIDList(objectIDs);
-}
-
-M2MRegisterRequestDatagram::M2MRegisterRequestDatagram(const M2MRegisterRequestDatagram* other) {
-    if (other != nullptr) *this = *other;
-}
-
-M2MRegisterRequestDatagram::M2MRegisterRequestDatagram(const std::string& json) : M2MRequestDatagram(json) {
+M2MRegisterRequestDatagram::M2MRegisterRequestDatagram(const std::string& json) : ObjectIdRequestDatagram(json) {
     constexpr const char* unit = "m2mregisterrequestdatagram->M2MRegisterRequestDatagram( string )";
     constexpr const char* key = "object_ids";
     const DatagramReader reader(json, unit);
@@ -37,10 +24,4 @@ M2MRegisterRequestDatagram::M2MRegisterRequestDatagram(const std::string& json) 
     } else {
         error("%s tag <%s> is not an array nor an integer value!", unit, key);
     }
-}
-
-json_t* M2MRegisterRequestDatagram::encodeJSON() const {
-    Json object(M2MRequestDatagram::encodeJSON());
-    if (object) ids_.encode(object.get(), "m2mregisterrequestdatagram->encodeJSON");
-    return object.release();
 }
