@@ -4,15 +4,18 @@
 #
 #   scripts/dependencies.sh          to build, run and test
 #   scripts/dependencies.sh check    and what the format and lint checks need
+#   scripts/dependencies.sh fuzz     and what the fuzz targets need
 set -euo pipefail
 
 packages=(g++ cmake ninja-build pkg-config libssl-dev libjansson-dev libsqlite3-dev libcli11-dev nlohmann-json3-dev
-    libgtest-dev libgmock-dev bubblewrap iproute2 openssl git ca-certificates)
+    libgtest-dev libgmock-dev libvalijson-dev asciidoctor bubblewrap iproute2 openssl git ca-certificates)
 case ${1:-} in
 "") ;;
 check) packages+=(clang-format clang-tidy shellcheck) ;;
+fuzz) packages+=(clang libclang-rt-14-dev) ;;
+bench) packages+=(libbenchmark-dev) ;;
 *)
-    echo "Usage: scripts/dependencies.sh [check]" >&2
+    echo "Usage: scripts/dependencies.sh [check|fuzz|bench]" >&2
     exit 2
     ;;
 esac

@@ -70,7 +70,13 @@ bool bind_to_port(int fd, int port) {
 // Connects a socket; with a time-out above zero the socket becomes non-blocking and stays so.
 bool connect_within(int fd, const sockaddr_in& address, std::chrono::milliseconds timeout) {
     const bool bounded = timeout > std::chrono::milliseconds::zero();
-    if (bounded && !timedio::make_nonblocking(fd)) return false;
+    if (bounded) {
+        // Over TLS the request follows the handshake's last message: nothing is gained by holding it back until the
+        // peer acknowledges that one. Local services get one write on a fresh connection and need nothing of the kind.
+        const int on = 1;
+        set_option(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        if (!timedio::make_nonblocking(fd)) return false;
+    }
     if (connect(fd, generic(&address), sizeof address) == 0) return true;
     if (!bounded || errno != EINPROGRESS) return false;
     if (!timedio::wait_for(fd, POLLOUT, timedio::deadline_in(timeout))) {
@@ -171,9 +177,6 @@ int make_internettcpclient_socket(const char* ip, int port, std::chrono::millise
               getpid());
         return -1;
     }
-    // One request is one write: nothing is gained by holding it back until the peer acknowledges the handshake.
-    const int on = 1;
-    set_option(fd.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     const bool portValid = port >= 0 && port <= highestPort;
     if (!portValid) errno = EINVAL;
     if (!portValid || !connect_within(fd.get(), internet_address(inet_addr(ip), port), timeout)) {

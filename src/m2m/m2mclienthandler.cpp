@@ -20,6 +20,7 @@
 #include "cbase/random.h"
 #include "cbase/result.h"
 #include "m2m/datagrams/attach.h"
+#include "m2m/datagrams/datagramreader.h"
 #include "m2m/datagrams/detach.h"
 #include "m2m/datagrams/discovery.h"
 #include "m2m/datagrams/doaction.h"
@@ -300,12 +301,9 @@ int M2MClientHandler::didReceiveCustomGatewayData(GtwHandler* /*gateway*/, int l
 
 // What one read brings is the datagram; there is no framing. A failed read leaves an error reply.
 std::optional<std::string> M2MClientHandler::receiveDatagram(int fd, Intake& intake) {
-    std::string buffer(datagramLimit, '\0');
-    const int received = socketReadWrapper(fd, buffer.data(), static_cast<int>(buffer.size()));
-    if (received > 0) {
-        buffer.resize(std::strlen(buffer.c_str()));
-        return buffer;
-    }
+    const auto buffer = std::make_unique_for_overwrite<char[]>(datagramLimit);
+    const int received = socketReadWrapper(fd, buffer.get(), static_cast<int>(datagramLimit));
+    if (received > 0) return std::string(buffer.get(), strnlen(buffer.get(), static_cast<std::size_t>(received)));
     if (received < 0) {
         error("m2mclienthandler->didReceiveCustomGatewayData recvfrom with error '%s'", strerror(errno));
         intake.result = result::readError;
@@ -319,6 +317,7 @@ std::optional<std::string> M2MClientHandler::receiveDatagram(int fd, Intake& int
 
 void M2MClientHandler::dispatch(const std::string& text, int fd, Intake& intake) {
     debug("m2mclienthandler->didReceiveCustomGatewayData Received M2M datagram '%s'", mask_passwords(text).c_str());
+    const ParsedText parsed(text);
     const M2MRequestDatagram datagram(text);
     if (neighbourID() >= 0) neighbour_->fillFromDB();
 

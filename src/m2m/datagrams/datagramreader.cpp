@@ -6,6 +6,21 @@
 #include "cbase/numbers.h"
 #include "m2m/datagrams/passwordmask.h"
 
+const ParsedText* ParsedText::current = nullptr;
+
+ParsedText::ParsedText(const std::string& text) : text_(text), root_(json_loads(text.c_str(), 0, nullptr)) {
+    current = this;
+}
+
+ParsedText::~ParsedText() {
+    current = nullptr;
+}
+
+Json ParsedText::share(const std::string& text) {
+    if (current == nullptr || !current->root_ || text != current->text_) return nullptr;
+    return Json(json_incref(current->root_.get()));
+}
+
 bool number_of(const json_t* value, long& number) {
     if (json_is_integer(value)) {
         number = to_32bit_range(json_integer_value(value));
@@ -18,7 +33,8 @@ bool number_of(const json_t* value, long& number) {
 }
 
 bool DatagramReader::load(std::size_t flags, LoadText wording) const {
-    root_.reset(json_loads(text_.c_str(), flags, &failure_));
+    root_ = ParsedText::share(text_);
+    if (!root_) root_.reset(json_loads(text_.c_str(), flags, &failure_));
     if (root_) {
         failure_.text[0] = '\0';
         return true;

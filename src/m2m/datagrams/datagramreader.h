@@ -8,6 +8,26 @@
 
 #include "cbase/jsontext.h"
 
+// Up to three classes read the same received text one after the other. While an object of this class lives, readers of
+// its text share one parse. It borrows the text.
+class ParsedText {
+  public:
+    explicit ParsedText(const std::string& text);
+    ParsedText(const ParsedText&) = delete;
+    ParsedText& operator=(const ParsedText&) = delete;
+    ~ParsedText();
+
+    // The JSON of `text` when it is the text of the living object and well-formed, as a reference of its own; else
+    // null.
+    static Json share(const std::string& text);
+
+  private:
+    static const ParsedText* current;
+
+    const std::string& text_;
+    Json root_;
+};
+
 class DatagramReader {
   public:
     // Whether the text of a failed load ends with the loader's reason.

@@ -97,8 +97,11 @@ std::string mask_json(std::string_view text) {
 
 // Where the word occurs next, in whatever case; npos when it does not.
 std::size_t find_word(std::string_view text, std::size_t from) {
-    for (std::size_t at = from; at + memberName.size() <= text.size(); ++at)
-        if (strncasecmp(text.data() + at, memberName.data(), memberName.size()) == 0) return at;
+    for (std::size_t at = text.find_first_of("pP", from); at != std::string_view::npos;
+         at = text.find_first_of("pP", at + 1))
+        if (text.size() - at >= memberName.size() &&
+            strncasecmp(text.data() + at, memberName.data(), memberName.size()) == 0)
+            return at;
     return std::string_view::npos;
 }
 
