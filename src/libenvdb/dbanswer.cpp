@@ -87,10 +87,12 @@ AnswerCollector::State AnswerCollector::add(std::string_view bytes) {
         // The tag may be cut at the end of what has come.
         if (payloadStart_ == std::string::npos && received_.size() >= searchFrom_ + payloadTag.size())
             searchFrom_ = received_.size() - payloadTag.size() + 1;
-        // Once so much has come without it, no answer of the announced length can follow.
-        const std::size_t most = static_cast<std::size_t>(announced_) + payloadTag.size();
-        if (payloadStart_ == std::string::npos && announced_ > 0 && received_.size() - tagArea_ >= most)
-            return State::malformed;
+        // A tag that begins later than this begins no answer of the announced length, wherever the pieces were cut.
+        const auto latest = static_cast<std::size_t>(announced_);
+        const bool tooLate = payloadStart_ == std::string::npos
+                                 ? received_.size() - tagArea_ >= latest + payloadTag.size()
+                                 : payloadStart_ - tagArea_ > latest;
+        if (announced_ > 0 && tooLate) return State::malformed;
     }
     const std::size_t held = payloadStart_ == std::string::npos ? 0 : received_.size() - payloadStart_;
     return held >= static_cast<std::size_t>(announced_) ? State::complete : State::incomplete;
