@@ -1,11 +1,16 @@
 # Warnings and sanitizers for every target of the project.
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wformat=2 -Wnull-dereference
-                    -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wcast-align -Wduplicated-cond
-                    -Wlogical-op -Wuseless-cast -Wextra-semi)
+                    -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wcast-align -Wextra-semi)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options(-Wduplicated-cond -Wlogical-op -Wuseless-cast)
+endif()
 if(M2M_WERROR)
     add_compile_options(-Werror)
 endif()
-if(M2M_SANITIZE)
+if(M2M_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+if(M2M_SANITIZE OR M2M_FUZZ)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=address,undefined)
 else()

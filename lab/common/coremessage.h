@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "common/linereader.h"
+
 namespace lab {
 
 struct CoreRequest {
@@ -15,8 +17,6 @@ struct CoreRequest {
     std::string wait_time = "5";
     bool length_managed = false;
 };
-
-enum class Parsed { incomplete, malformed, complete };
 
 // Reads one request as received so far, with or without its length line.
 Parsed parse_core_request(std::string_view text, CoreRequest& request);

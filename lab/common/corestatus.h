@@ -2,7 +2,9 @@
 // for a core that they could not reach or understand.
 #pragma once
 
+#include <array>
 #include <string>
+#include <utility>
 
 namespace lab::core_status {
 
@@ -20,34 +22,24 @@ constexpr long already_running = 46;
 constexpr long runner_not_started = 47;
 
 inline std::string text(long status) {
-    switch (status) {
-        case done:
-            return "done";
-        case unknown_service:
-            return "unknown service or caller";
-        case malformed:
-            return "malformed request";
-        case database_failed:
-            return "the database failed";
-        case unknown_object:
-            return "unknown object";
-        case login_refused:
-            return "user or password refused";
-        case unknown_action:
-            return "unknown action";
-        case action_not_allowed:
-            return "the object's type does not allow this action";
-        case value_refused:
-            return "value outside of the object's range or labels";
-        case unknown_runner:
-            return "unknown runner";
-        case already_running:
-            return "the runner is running already";
-        case runner_not_started:
-            return "the runner could not be started";
-        default:
-            return "status " + std::to_string(status);
+    static constexpr std::array<std::pair<long, const char*>, 12> texts{{
+        {done, "done"},
+        {unknown_service, "unknown service or caller"},
+        {malformed, "malformed request"},
+        {database_failed, "the database failed"},
+        {unknown_object, "unknown object"},
+        {login_refused, "user or password refused"},
+        {unknown_action, "unknown action"},
+        {action_not_allowed, "the object's type does not allow this action"},
+        {value_refused, "value outside of the object's range or labels"},
+        {unknown_runner, "unknown runner"},
+        {already_running, "the runner is running already"},
+        {runner_not_started, "the runner could not be started"},
+    }};
+    for (const auto& [known, text] : texts) {
+        if (known == status) return text;
     }
+    return "status " + std::to_string(status);
 }
 
 }  // namespace lab::core_status

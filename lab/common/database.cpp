@@ -34,17 +34,13 @@ int run_one(sqlite3_stmt* statement, QueryResult& result) {
         result.has_rows = true;
         result.columns.clear();
         result.rows.clear();
-        for (int i = 0; i < columns; ++i) {
-            result.columns.emplace_back(sqlite3_column_name(statement, i));
-        }
+        for (int i = 0; i < columns; ++i) result.columns.emplace_back(sqlite3_column_name(statement, i));
     }
     int code = SQLITE_OK;
     while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
         Row& row = result.rows.emplace_back();
         row.reserve(static_cast<size_t>(columns));
-        for (int i = 0; i < columns; ++i) {
-            row.push_back(text_of(statement, i));
-        }
+        for (int i = 0; i < columns; ++i) row.push_back(text_of(statement, i));
     }
     return code == SQLITE_DONE ? SQLITE_OK : code;
 }
@@ -65,9 +61,7 @@ Database::Database(const std::string& path) {
     }
     sqlite3_busy_timeout(handle, busy_milliseconds);
     const QueryResult set = run(settings);
-    if (!set.ok()) {
-        problem_ = path + ": " + set.error;
-    }
+    if (!set.ok()) problem_ = path + ": " + set.error;
 }
 
 QueryResult Database::run(std::string_view sql, const std::vector<std::string>& parameters) {
@@ -88,13 +82,9 @@ QueryResult Database::run(std::string_view sql, const std::vector<std::string>& 
             first = false;
             result.code = run_one(prepared, result);
         }
-        if (!result.ok()) {
-            result.error = sqlite3_errmsg(handle_.get());
-        }
+        if (!result.ok()) result.error = sqlite3_errmsg(handle_.get());
         // No tail, or one that does not move on, ends the text (a zero byte does so too).
-        if (tail == nullptr || tail == sql.data()) {
-            break;
-        }
+        if (tail == nullptr || tail == sql.data()) break;
         sql.remove_prefix(static_cast<size_t>(tail - sql.data()));
     }
     result.last_insert_id = sqlite3_last_insert_rowid(handle_.get());
@@ -104,24 +94,18 @@ QueryResult Database::run(std::string_view sql, const std::vector<std::string>& 
 
 std::string create_database(const std::string& path, const std::vector<std::string>& scripts) {
     std::error_code error;
-    if (std::filesystem::exists(path, error)) {
-        return {};
-    }
+    if (std::filesystem::exists(path, error)) return {};
     const std::string draft = path + ".new." + std::to_string(::getpid());
     sqlite3* made = nullptr;
     const int code = sqlite3_open_v2(draft.c_str(), &made, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
     sqlite3_close(made);
-    if (code != SQLITE_OK) {
-        return draft + ": " + sqlite3_errstr(code);
-    }
+    if (code != SQLITE_OK) return draft + ": " + sqlite3_errstr(code);
     std::string problem;
     {
         Database database(draft);
         problem = database.problem();
         for (const std::string& script : scripts) {
-            if (problem.empty()) {
-                problem = database.run("BEGIN; " + script + "; COMMIT;").error;
-            }
+            if (problem.empty()) problem = database.run("BEGIN; " + script + "; COMMIT;").error;
         }
     }
     if (problem.empty()) {

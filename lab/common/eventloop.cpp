@@ -49,9 +49,7 @@ void EventLoop::change(int fd, uint32_t events) {
 }
 
 void EventLoop::unwatch(int fd) {
-    if (watches_.erase(fd) > 0) {
-        ::epoll_ctl(epoll_.get(), EPOLL_CTL_DEL, fd, nullptr);
-    }
+    if (watches_.erase(fd) > 0) ::epoll_ctl(epoll_.get(), EPOLL_CTL_DEL, fd, nullptr);
 }
 
 EventLoop::TimerId EventLoop::after(std::chrono::milliseconds delay, std::function<void()> due) {
@@ -73,9 +71,7 @@ void EventLoop::on_stop(std::function<void()> stopping) {
 }
 
 int EventLoop::until_next_timer() const {
-    if (timers_.empty()) {
-        return -1;
-    }
+    if (timers_.empty()) return -1;
     const auto left = timers_.begin()->first.first - Clock::now();
     // Rounded up, so that the loop does not turn idly through the last millisecond.
     const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(left).count();
@@ -96,9 +92,7 @@ void EventLoop::take_signals() {
     signalfd_siginfo info{};
     while (::read(signals_.get(), &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
         if (info.ssi_signo == SIGCHLD) {
-            if (child_ended_) {
-                child_ended_();
-            }
+            if (child_ended_) child_ended_();
         } else if (stopping_) {
             stopping_();
         } else {

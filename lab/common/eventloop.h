@@ -10,7 +10,7 @@
 #include <unordered_map>
 #include <utility>
 
-#include "common/descriptor.h"
+#include "cbase/descriptor.h"
 
 namespace lab {
 

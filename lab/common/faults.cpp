@@ -30,52 +30,25 @@ sqlerror or status is not carried out; with delay, cut, stall and wronglength it
 
 namespace {
 
-bool set_size(std::optional<size_t>& target, std::string_view value) {
-    const auto number = to_number(value);
-    if (number && *number >= 0) {
-        target = static_cast<size_t>(*number);
-    }
-    return target.has_value();
-}
-
-bool set_number(std::optional<long>& target, std::string_view value) {
-    target = to_number(value);
-    return target.has_value();
-}
-
-bool set_delay(Fault& fault, std::string_view value) {
-    const auto number = to_number(value);
-    fault.delay = std::chrono::milliseconds(number.value_or(0));
-    return number && *number >= 0;
-}
-
-bool set_wrong_length(Fault& fault, std::string_view value) {
-    if (!value.empty() && value.front() == '+') {
-        value.remove_prefix(1);
-    }
-    const auto number = to_number(value);
-    fault.wrong_length = number.value_or(0);
-    return number.has_value();
-}
-
-// Takes the text after the word's "="; false when it is no value for that word.
-using Setter = std::function<bool(Fault&, const std::string&)>;
+// Takes the text after the word's "=", and the number that it is, if so; false when it is no value for that word.
+using Number = std::optional<long>;
+using Setter = std::function<bool(Fault&, const std::string&, Number)>;
+using Text = const std::string&;
 
 const std::map<std::string, Setter, std::less<>>& setters() {
     static const std::map<std::string, Setter, std::less<>> table{
-        {"refuse", [](Fault& f, const std::string&) { return f.refuse = true; }},
-        {"closeearly", [](Fault& f, const std::string&) { return f.close_early = true; }},
-        {"garbage", [](Fault& f, const std::string&) { return f.garbage = true; }},
-        {"delay", [](Fault& f, const std::string& v) { return set_delay(f, v); }},
-        {"cut", [](Fault& f, const std::string& v) { return set_size(f.cut, v); }},
-        {"stall", [](Fault& f, const std::string& v) { return set_size(f.stall, v); }},
-        {"raw", [](Fault& f, const std::string& v) { return f.raw = unescaped(v), true; }},
-        {"wronglength", [](Fault& f, const std::string& v) { return set_wrong_length(f, v); }},
-        {"sqlerror",
-         [](Fault& f, const std::string& v) { return f.sql_error = v.empty() ? "injected error" : v, true; }},
-        {"status", [](Fault& f, const std::string& v) { return set_number(f.status, v); }},
-        {"match", [](Fault& f, const std::string& v) { return f.match = v, !v.empty(); }},
-        {"times", [](Fault& f, const std::string& v) { return set_number(f.times, v); }},
+        {"refuse", [](Fault& f, Text, Number) { return f.refuse = true; }},
+        {"closeearly", [](Fault& f, Text, Number) { return f.close_early = true; }},
+        {"garbage", [](Fault& f, Text, Number) { return f.garbage = true; }},
+        {"delay", [](Fault& f, Text, Number n) { return f.delay = std::chrono::milliseconds(n.value_or(0)), n >= 0; }},
+        {"cut", [](Fault& f, Text, Number n) { return f.cut = n.value_or(0), n >= 0; }},
+        {"stall", [](Fault& f, Text, Number n) { return f.stall = n.value_or(0), n >= 0; }},
+        {"raw", [](Fault& f, Text v, Number) { return f.raw = unescaped(v), true; }},
+        {"wronglength", [](Fault& f, Text, Number n) { return f.wrong_length = n.value_or(0), n.has_value(); }},
+        {"sqlerror", [](Fault& f, Text v, Number) { return f.sql_error = v.empty() ? "injected error" : v, true; }},
+        {"status", [](Fault& f, Text, Number n) { return f.status = n, n.has_value(); }},
+        {"match", [](Fault& f, Text v, Number) { return f.match = v, !v.empty(); }},
+        {"times", [](Fault& f, Text, Number n) { return f.times = n, n.has_value(); }},
     };
     return table;
 }
@@ -91,7 +64,8 @@ std::optional<Fault> parse_fault(std::string_view line, std::string& problem) {
             problem = "unknown word '" + word + "'";
             return std::nullopt;
         }
-        if (!setter->second(fault, equals == std::string::npos ? "" : word.substr(equals + 1))) {
+        const std::string value = equals == std::string::npos ? "" : word.substr(equals + 1);
+        if (!setter->second(fault, value, to_number(value.starts_with('+') ? value.substr(1) : value))) {
             problem = "wrong value in '" + word + "'";
             return std::nullopt;
         }
@@ -100,20 +74,14 @@ std::optional<Fault> parse_fault(std::string_view line, std::string& problem) {
 }
 
 void FaultPlan::refresh() {
-    if (path_.empty()) {
-        return;
-    }
+    if (path_.empty()) return;
     std::string text = file_text(path_);
-    if (text == text_) {
-        return;
-    }
+    if (text == text_) return;
     text_ = std::move(text);
     faults_.clear();
     for (const std::string& line : split(text_, '\n')) {
         std::string problem;
-        if (line.front() == '#' || split_words(line).empty()) {
-            continue;
-        }
+        if (line.front() == '#' || split_words(line).empty()) continue;
         if (const auto fault = parse_fault(line, problem)) {
             faults_.push_back(*fault);
         } else {
@@ -129,9 +97,7 @@ bool FaultPlan::used_up(Fault& fault) {
 bool FaultPlan::refuses_connection() {
     refresh();
     for (Fault& fault : faults_) {
-        if (fault.refuse && !used_up(fault)) {
-            return true;
-        }
+        if (fault.refuse && !used_up(fault)) return true;
     }
     return false;
 }
@@ -139,9 +105,7 @@ bool FaultPlan::refuses_connection() {
 Fault FaultPlan::for_request(std::string_view request) {
     refresh();
     for (Fault& fault : faults_) {
-        if (!fault.refuse && request.find(fault.match) != std::string_view::npos && !used_up(fault)) {
-            return fault;
-        }
+        if (!fault.refuse && request.find(fault.match) != std::string_view::npos && !used_up(fault)) return fault;
     }
     return {};
 }

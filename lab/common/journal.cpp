@@ -12,9 +12,7 @@ Journal::Journal(const std::string& path) {
 }
 
 void Journal::write(const std::vector<std::string>& fields) {
-    if (!file_.is_open()) {
-        return;
-    }
+    if (!file_.is_open()) return;
     std::string line;
     for (const std::string& field : fields) {
         line += line.empty() ? "" : "\t";

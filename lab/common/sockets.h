@@ -1,22 +1,27 @@
-// The sockets of the lab's services: listeners and connections on this machine only. All are close-on-exec.
+// The lab's listeners and its connections on this machine. All are close-on-exec. Functions that take a `problem`
+// return no descriptor on failure and leave the reason there.
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <string>
 
-#include "common/descriptor.h"
+#include "cbase/descriptor.h"
 
 namespace lab {
 
-// A non-blocking listener on 127.0.0.1. None on failure, the reason then in `problem`.
-Descriptor listen_on_port(uint16_t port, std::string& problem);
+// A non-blocking listener on `port` (0: a free one), for this machine only or for everyone.
+enum class Reach { thisMachine, everyone };
+Descriptor listen_on_port(uint16_t port, Reach reach, std::string& problem);
+// The port that a socket is bound to.
+uint16_t port_of(const Descriptor& fd);
+// A socket of a type (SOCK_DGRAM, SOCK_STREAM with flags) bound to a Unix-domain path.
+Descriptor bind_to_path(const std::string& path, int type, std::string& problem);
 // A non-blocking listener on a Unix-domain path, made with its folders. A socket file that nobody listens on any more
-// is replaced. None on failure, the reason then in `problem`.
+// is replaced.
 Descriptor listen_on_path(const std::string& path, std::string& problem);
-// Begins to connect to 127.0.0.1; the descriptor is non-blocking and writable when it is connected.
+
+// Begins to connect to 127.0.0.1; the descriptor is non-blocking and writable when it is connected. None on failure.
 Descriptor start_connecting(uint16_t port);
-// Connects to a Unix-domain path; reading and writing give up after `limit`.
-Descriptor connect_to_path(const std::string& path, std::chrono::seconds limit, std::string& problem);
+Descriptor connect_to_path(const std::string& path, std::string& problem);
 
 }  // namespace lab

@@ -20,9 +20,7 @@ std::optional<Number> whole_as(std::string_view text) {
     Number value{};
     const char* end = text.data() + text.size();
     const auto [stop, problem] = std::from_chars(text.data(), end, value);
-    if (problem != std::errc() || stop != end) {
-        return std::nullopt;
-    }
+    if (problem != std::errc() || stop != end) return std::nullopt;
     return value;
 }
 
@@ -36,12 +34,9 @@ std::optional<double> to_fraction(std::string_view text) {
     return whole_as<double>(text);
 }
 
-std::string zero_padded(long number, int width) {
-    std::string digits = std::to_string(number);
-    if (digits.size() < static_cast<size_t>(width)) {
-        digits.insert(0, static_cast<size_t>(width) - digits.size(), '0');
-    }
-    return digits;
+std::string zero_padded(long number, size_t width) {
+    const std::string digits = std::to_string(number);
+    return std::string(width - std::min(width, digits.size()), '0') + digits;
 }
 
 std::string short_fraction(double number) {
@@ -51,27 +46,19 @@ std::string short_fraction(double number) {
     return problem == std::errc() ? std::string(buffer.data(), stop) : "0";
 }
 
+bool starts_character(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
+}
+
 bool equal_ignoring_case(std::string_view a, std::string_view b) {
     return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
-std::string escaped(std::string_view text) {
+std::string escaped(const std::string& text) {
     std::string out;
-    out.reserve(text.size());
     for (const char c : text) {
-        switch (c) {
-            case '\\':
-                out += "\\\\";
-                break;
-            case '\n':
-                out += "\\n";
-                break;
-            case '\t':
-                out += "\\t";
-                break;
-            default:
-                out += c;
-        }
+        if (c == '\\' || c == '\n' || c == '\t') out += '\\';
+        out += c == '\n' ? 'n' : c == '\t' ? 't' : c;
     }
     return out;
 }
@@ -109,18 +96,14 @@ std::vector<std::string> split_words(std::string_view line) {
             quoted = !quoted;
             started = true;
         } else if (!quoted && (c == ' ' || c == '\t' || c == '\r')) {
-            if (started) {
-                words.push_back(std::exchange(word, {}));
-            }
+            if (started) words.push_back(std::exchange(word, {}));
             started = false;
         } else {
             word += c;
             started = true;
         }
     }
-    if (started) {
-        words.push_back(word);
-    }
+    if (started) words.push_back(word);
     return words;
 }
 
@@ -129,9 +112,7 @@ std::vector<std::string> split(std::string_view text, char separator) {
     size_t begin = 0;
     while (begin <= text.size()) {
         const size_t end = std::min(text.find(separator, begin), text.size());
-        if (end > begin) {
-            pieces.emplace_back(text.substr(begin, end - begin));
-        }
+        if (end > begin) pieces.emplace_back(text.substr(begin, end - begin));
         begin = end + 1;
     }
     return pieces;
@@ -146,9 +127,7 @@ std::string file_text(const std::string& path) {
 std::string option_of(std::string_view options, std::string_view key) {
     for (const std::string& entry : split(options, '|')) {
         const auto parts = split(entry, '=');
-        if (parts.size() == 2 && parts[0] == key) {
-            return parts[1];
-        }
+        if (parts.size() == 2 && parts[0] == key) return parts[1];
     }
     return {};
 }

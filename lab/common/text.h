@@ -2,6 +2,7 @@
 // string (key=value|key=value) of the controller's records.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,14 +15,16 @@ std::optional<long> to_number(std::string_view text);
 // The whole of `text` as a decimal fraction; nothing otherwise.
 std::optional<double> to_fraction(std::string_view text);
 // `number` in decimal, filled with zeros to at least `width` digits.
-std::string zero_padded(long number, int width);
+std::string zero_padded(long number, size_t width);
 // `number` in its shortest form: 21, 20.5.
 std::string short_fraction(double number);
 
+// False for bytes that continue a UTF-8 character.
+bool starts_character(char byte);
 bool equal_ignoring_case(std::string_view a, std::string_view b);
 
 // Backslash, line feed and tab as \\, \n and \t, so that a record fits on one line of fields divided by tabs.
-std::string escaped(std::string_view text);
+std::string escaped(const std::string& text);
 // The reverse of escaped(); \r, \0 and \xHH are understood as well.
 std::string unescaped(std::string_view text);
 

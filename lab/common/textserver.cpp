@@ -5,70 +5,43 @@
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <utility>
-#include <vector>
+
+#include "cbase/timedio.h"
 
 namespace lab {
 
 namespace {
 
-// A client that has not sent its request, or not taken its answer, after this time is dropped.
-constexpr std::chrono::seconds patience{10};
 constexpr size_t longest_request = size_t{64} << 20U;
 
 // Junk that is neither text nor a header, the same every time.
 std::string junk() {
     std::string bytes;
-    for (unsigned i = 0; i < 64; ++i) {
-        bytes += static_cast<char>((i * 167U + 0x80U) & 0xFFU);
-    }
+    for (unsigned i = 0; i < 64; ++i) bytes += static_cast<char>((i * 167U + 0x80U) & 0xFFU);
     return bytes;
-}
-
-// Closing with unread bytes in the queue resets the connection, which could eat the answer just written.
-void discard_pending(int fd) {
-    std::array<char, 4096> buffer{};
-    while (::recv(fd, buffer.data(), buffer.size(), MSG_DONTWAIT) > 0) {
-    }
 }
 
 }  // namespace
 
-TextServer::TextServer(EventLoop& loop, Descriptor listener, FaultPlan& faults, Complete complete, Seen seen,
-                       Answer answer)
-    : loop_(loop),
-      listener_(std::move(listener)),
-      faults_(faults),
-      complete_(std::move(complete)),
-      seen_(std::move(seen)),
-      answer_(std::move(answer)) {
+TextServer::TextServer(EventLoop& loop, Descriptor listener, FaultPlan& faults, TextService& service)
+    : loop_(loop), listener_(std::move(listener)), faults_(faults), service_(service) {
     loop_.watch(listener_.get(), EPOLLIN, [this](uint32_t) { accept_all(); });
 }
 
 TextServer::~TextServer() {
     loop_.unwatch(listener_.get());
-    for (const auto& [id, connection] : connections_) {
-        loop_.unwatch(connection.fd.get());
-    }
+    for (const auto& [id, connection] : connections_) loop_.unwatch(connection.fd.get());
 }
 
 void TextServer::accept_all() {
     while (true) {
         Descriptor fd(::accept4(listener_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
-        if (!fd) {
-            return;
-        }
-        if (faults_.refuses_connection()) {
-            continue;
-        }
+        if (!fd.valid()) return;
+        if (faults_.refuses_connection()) continue;
         const uint64_t id = ++last_id_;
         loop_.watch(fd.get(), EPOLLIN, [this, id](uint32_t events) { serve(id, events); });
         connections_[id].fd = std::move(fd);
-        if (!sweeping_) {
-            sweeping_ = true;
-            loop_.after(std::chrono::seconds(1), [this] { drop_silent(); });
-        }
         // The request is usually there already: this saves a turn of the loop.
         serve(id, EPOLLIN);
     }
@@ -76,27 +49,22 @@ void TextServer::accept_all() {
 
 void TextServer::serve(uint64_t id, uint32_t events) {
     const auto found = connections_.find(id);
-    if (found == connections_.end()) {
-        return;
-    }
+    if (found == connections_.end()) return;
     Connection& connection = found->second;
     switch (connection.state) {
         case State::reading:
             read_request(id, connection);
             break;
         case State::delayed:
-            if ((events & (EPOLLHUP | EPOLLERR)) != 0U) {
-                end(id);
-            }
+            if ((events & (EPOLLHUP | EPOLLERR)) != 0U) end(id);
             break;
         case State::writing:
             write_answer(id, connection);
             break;
         case State::stalled: {
             char ignored = 0;
-            if (::recv(connection.fd.get(), &ignored, 1, MSG_DONTWAIT) == 0 || (events & (EPOLLHUP | EPOLLERR)) != 0U) {
+            if (::recv(connection.fd.get(), &ignored, 1, MSG_DONTWAIT) == 0 || (events & (EPOLLHUP | EPOLLERR)) != 0U)
                 end(id);
-            }
             break;
         }
     }
@@ -106,15 +74,13 @@ void TextServer::read_request(uint64_t id, Connection& connection) {
     std::array<char, 16384> buffer{};
     while (true) {
         const ssize_t count = ::recv(connection.fd.get(), buffer.data(), buffer.size(), 0);
-        if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
-            return;
-        }
+        if (count < 0 && (errno == EAGAIN || errno == EINTR)) return;
         if (count <= 0 || connection.received.size() > longest_request) {
             end(id);
             return;
         }
         connection.received.append(buffer.data(), static_cast<size_t>(count));
-        if (complete_(connection.received)) {
+        if (service_.complete(connection.received)) {
             take_request(id, connection);
             return;
         }
@@ -122,7 +88,7 @@ void TextServer::read_request(uint64_t id, Connection& connection) {
 }
 
 void TextServer::take_request(uint64_t id, Connection& connection) {
-    seen_(connection.received);
+    service_.note(connection.received);
     connection.fault = faults_.for_request(connection.received);
     if (connection.fault.delay.count() == 0) {
         make_answer(id, connection);
@@ -132,26 +98,21 @@ void TextServer::take_request(uint64_t id, Connection& connection) {
     loop_.change(connection.fd.get(), 0);
     loop_.after(connection.fault.delay, [this, id] {
         const auto found = connections_.find(id);
-        if (found != connections_.end()) {
-            make_answer(id, found->second);
-        }
+        if (found != connections_.end()) make_answer(id, found->second);
     });
 }
 
 void TextServer::make_answer(uint64_t id, Connection& connection) {
     const Fault& fault = connection.fault;
     if (fault.close_early) {
-        discard_pending(connection.fd.get());
+        timedio::drain(connection.fd.get());
         end(id);
         return;
     }
-    connection.answer = fault.garbage ? junk() : fault.raw ? *fault.raw : answer_(connection.received, fault);
+    connection.answer = fault.garbage ? junk() : fault.raw ? *fault.raw : service_.answer(connection.received, fault);
     const auto limit = fault.cut ? fault.cut : fault.stall;
-    if (limit && *limit < connection.answer.size()) {
-        connection.answer.resize(*limit);
-    }
+    if (limit && *limit < connection.answer.size()) connection.answer.resize(*limit);
     connection.state = State::writing;
-    connection.since = EventLoop::Clock::now();
     write_answer(id, connection);
 }
 
@@ -174,7 +135,7 @@ void TextServer::write_answer(uint64_t id, Connection& connection) {
         loop_.change(connection.fd.get(), EPOLLIN);
         return;
     }
-    discard_pending(connection.fd.get());
+    timedio::drain(connection.fd.get());
     end(id);
 }
 
@@ -183,24 +144,6 @@ void TextServer::end(uint64_t id) {
     if (found != connections_.end()) {
         loop_.unwatch(found->second.fd.get());
         connections_.erase(found);
-    }
-}
-
-void TextServer::drop_silent() {
-    const auto limit = EventLoop::Clock::now() - patience;
-    std::vector<uint64_t> silent;
-    for (const auto& [id, connection] : connections_) {
-        const bool waiting = connection.state == State::reading || connection.state == State::writing;
-        if (waiting && connection.since < limit) {
-            silent.push_back(id);
-        }
-    }
-    for (const uint64_t id : silent) {
-        end(id);
-    }
-    sweeping_ = !connections_.empty();
-    if (sweeping_) {
-        loop_.after(std::chrono::seconds(1), [this] { drop_silent(); });
     }
 }
 

@@ -4,40 +4,43 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 
-#include "common/descriptor.h"
+#include "cbase/descriptor.h"
 #include "common/eventloop.h"
 #include "common/faults.h"
 
 namespace lab {
 
+// What a service does with the requests that have come.
+class TextService {
+  public:
+    TextService() = default;
+    virtual ~TextService() = default;
+    TextService(TextService&&) = delete;  // nor copied
+
+    // True when what has come so far is all of a request (a malformed one that will not get better included).
+    virtual bool complete(std::string_view received) const = 0;
+    // Sees every complete request first, also those that a fault then leaves undone.
+    virtual void note(const std::string& request) = 0;
+    // Carries out a request, with the fault's wrong_length, sql_error or status where they apply; returns the answer.
+    virtual std::string answer(const std::string& request, const Fault& fault) = 0;
+};
+
 class TextServer {
   public:
-    // True when what has come so far is all of a request (a malformed one that will not get better included).
-    using Complete = std::function<bool(std::string_view received)>;
-    // Carries out a request, with the fault's wrong_length, sql_error or status where they apply; returns the answer.
-    using Answer = std::function<std::string(const std::string& request, const Fault& fault)>;
-    // Sees every complete request first, also those that a fault then leaves undone.
-    using Seen = std::function<void(const std::string& request)>;
-
-    // Takes over `listener`; borrows `loop` and `faults`, which must live longer.
-    TextServer(EventLoop& loop, Descriptor listener, FaultPlan& faults, Complete complete, Seen seen, Answer answer);
+    // Takes over `listener`; borrows the others, which must live longer.
+    TextServer(EventLoop& loop, Descriptor listener, FaultPlan& faults, TextService& service);
     ~TextServer();
-    TextServer(const TextServer&) = delete;
-    TextServer& operator=(const TextServer&) = delete;
-    TextServer(TextServer&&) = delete;
-    TextServer& operator=(TextServer&&) = delete;
+    TextServer(TextServer&&) = delete;  // nor copied
 
   private:
     enum class State { reading, delayed, writing, stalled };
     struct Connection {
         Descriptor fd;
         State state = State::reading;
-        EventLoop::Clock::time_point since = EventLoop::Clock::now();
         std::string received;
         Fault fault;
         std::string answer;
@@ -51,17 +54,13 @@ class TextServer {
     void make_answer(uint64_t id, Connection& connection);
     void write_answer(uint64_t id, Connection& connection);
     void end(uint64_t id);
-    void drop_silent();
 
     EventLoop& loop_;
     Descriptor listener_;
     FaultPlan& faults_;
-    Complete complete_;
-    Seen seen_;
-    Answer answer_;
+    TextService& service_;
     uint64_t last_id_ = 0;
     std::unordered_map<uint64_t, Connection> connections_;
-    bool sweeping_ = false;
 };
 
 }  // namespace lab

@@ -20,21 +20,6 @@ static_assert(status_label.size() == 10 && rows_label.size() == 10 && fields_lab
 
 constexpr long longest_statement = 1L << 25U;
 
-// Takes a line that begins with `tag` off `text`.
-DbParsed take_line(std::string_view& text, std::string_view tag, std::string_view& value) {
-    const std::string_view begin = text.substr(0, tag.size());
-    if (!equal_ignoring_case(begin, tag.substr(0, begin.size()))) {
-        return DbParsed::malformed;
-    }
-    const size_t end = text.find('\n');
-    if (end == std::string_view::npos || end < tag.size()) {
-        return end == std::string_view::npos ? DbParsed::incomplete : DbParsed::malformed;
-    }
-    value = text.substr(tag.size(), end - tag.size());
-    text.remove_prefix(end + 1);
-    return DbParsed::complete;
-}
-
 std::string row_label(size_t row) {
     return "Row " + zero_padded(static_cast<long>(row % 100'000), 5) + ": ";
 }
@@ -57,39 +42,14 @@ std::string status_line(int code) {
 }  // namespace
 
 DbParsed parse_db_request(std::string_view text, DbRequest& request) {
-    std::string_view function;
-    std::string_view type;
-    std::string_view length_text;
-    DbParsed state = take_line(text, "Request: ", function);
-    if (state == DbParsed::complete) {
-        state = take_line(text, "Type: ", type);
-    }
-    if (state == DbParsed::complete) {
-        state = take_line(text, "Statement payload length: ", length_text);
-    }
-    if (state != DbParsed::complete) {
-        return state;
-    }
-    constexpr std::string_view tag = "Statement: ";
-    constexpr std::string_view ending = "\n\n";
-    const auto length = to_number(length_text);
-    const std::string_view begin = text.substr(0, tag.size());
-    if (!length || *length < 0 || *length > longest_statement ||
-        !equal_ignoring_case(begin, tag.substr(0, begin.size()))) {
-        return DbParsed::malformed;
-    }
-    const auto end = tag.size() + static_cast<size_t>(*length);
-    const std::string_view rest = text.substr(std::min(end, text.size()), ending.size());
-    if (rest != ending.substr(0, rest.size())) {
-        return DbParsed::malformed;
-    }
-    if (rest.size() < ending.size()) {
-        return DbParsed::incomplete;
-    }
-    request.function = function;
-    request.type = type;
-    request.statement = text.substr(tag.size(), static_cast<size_t>(*length));
-    return DbParsed::complete;
+    LineReader reader(text);
+    request.function = reader.line("Request: ");
+    request.type = reader.line("Type: ");
+    const long length = reader.number("Statement payload length: ", longest_statement);
+    reader.skip("Statement: ");
+    request.statement = reader.block(static_cast<size_t>(length));
+    reader.block(0);
+    return reader.state();
 }
 
 std::string compose_db_payload(const std::string& type, const QueryResult& result) {
@@ -98,17 +58,12 @@ std::string compose_db_payload(const std::string& type, const QueryResult& resul
                            : std::string(not_inserted_label) + " " + result.error + "\n";
     }
     std::string text = status_line(result.code);
-    if (!equal_ignoring_case(type, "SELECT")) {
+    if (!equal_ignoring_case(type, "SELECT"))
         return text + (result.ok() ? "Changed: " + std::to_string(result.changes) : result.error) + "\n";
-    }
     text += rows_label;
-    if (!result.ok()) {
-        return text + result.error + "\n";
-    }
+    if (!result.ok()) return text + result.error + "\n";
     // No statement returned rows (an UPDATE typed SELECT because of a word in it): not even a header.
-    if (!result.has_rows) {
-        return text + "0\n";
-    }
+    if (!result.has_rows) return text + "0\n";
     text += std::to_string(result.rows.size() + 1) + "\n" + std::string(fields_label);
     append_quoted(text, result.columns);
     for (size_t i = 0; i < result.rows.size(); ++i) {

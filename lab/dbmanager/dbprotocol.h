@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "common/database.h"
+#include "common/linereader.h"
 
 namespace lab {
 
@@ -14,7 +15,7 @@ struct DbRequest {
     std::string statement;
 };
 
-enum class DbParsed { incomplete, malformed, complete };
+using DbParsed = Parsed;
 
 // Reads one request as received so far. It is complete with the statement's announced bytes, their line feed and
 // the empty line: answering and closing before that line has come would reset the connection.

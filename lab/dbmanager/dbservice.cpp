@@ -33,7 +33,7 @@ QueryResult failure(int code, std::string text) {
 
 }  // namespace
 
-bool DbService::complete(std::string_view received) {
+bool DbService::complete(std::string_view received) const {
     DbRequest request;
     return parse_db_request(received, request) != DbParsed::incomplete;
 }
@@ -56,9 +56,7 @@ std::string DbService::answer(const std::string& request, const Fault& fault) {
         result = failure(general_error, *fault.sql_error);
     } else {
         result = database_.run(parsed.statement);
-        if (!result.ok()) {
-            std::cout << "dbmanager: " << result.error << ": " << escaped(parsed.statement) << std::endl;
-        }
+        if (!result.ok()) std::cout << "dbmanager: " << result.error << ": " << escaped(parsed.statement) << std::endl;
     }
     return compose_db_answer(compose_db_payload(parsed.type, result), fault.wrong_length);
 }

@@ -5,19 +5,19 @@
 #include <string_view>
 
 #include "common/database.h"
-#include "common/faults.h"
 #include "common/journal.h"
+#include "common/textserver.h"
 
 namespace lab {
 
-class DbService {
+class DbService : public TextService {
   public:
     // Borrows both, which must live longer.
     DbService(Database& database, Journal& journal) : database_(database), journal_(journal) {}
 
-    static bool complete(std::string_view received);
-    void note(const std::string& request);
-    std::string answer(const std::string& request, const Fault& fault);
+    bool complete(std::string_view received) const override;
+    void note(const std::string& request) override;
+    std::string answer(const std::string& request, const Fault& fault) override;
 
   private:
     Database& database_;

@@ -38,29 +38,18 @@ int fail(const std::string& problem) {
 int serve(const Options& options) {
     const std::string created = lab::create_database(
         options.database, {script(options.schema, lab::builtin_schema), script(options.home, lab::builtin_home)});
-    if (!created.empty()) {
-        return fail(created);
-    }
+    if (!created.empty()) return fail(created);
     lab::Database database(options.database);
-    if (!database.good()) {
-        return fail(database.problem());
-    }
+    if (!database.good()) return fail(database.problem());
     lab::Journal journal(options.journal);
-    if (!journal.good()) {
-        return fail("cannot write the journal " + options.journal);
-    }
+    if (!journal.good()) return fail("cannot write the journal " + options.journal);
     std::string problem;
-    auto listener = lab::listen_on_port(options.port, problem);
-    if (!listener) {
-        return fail(problem);
-    }
+    auto listener = lab::listen_on_port(options.port, lab::Reach::thisMachine, problem);
+    if (!listener.valid()) return fail(problem);
     lab::EventLoop loop;
     lab::FaultPlan faults(options.faults);
     lab::DbService service(database, journal);
-    const lab::TextServer server(
-        loop, std::move(listener), faults, &lab::DbService::complete,
-        [&](const std::string& request) { service.note(request); },
-        [&](const std::string& request, const lab::Fault& fault) { return service.answer(request, fault); });
+    const lab::TextServer server(loop, std::move(listener), faults, service);
     std::cout << "dbmanager: listening on 127.0.0.1:" << options.port << ", database " << options.database << std::endl;
     loop.run();
     return 0;
@@ -82,11 +71,7 @@ int main(int argc, char** argv) {
         app.add_option("--faults", options.faults, "file of faults to commit, see below");
         app.add_option("--port", options.port, "TCP port on 127.0.0.1")->capture_default_str();
         app.footer(lab::fault_help);
-        try {
-            app.parse(argc, argv);
-        } catch (const CLI::ParseError& error) {
-            return app.exit(error);
-        }
+        CLI11_PARSE(app, argc, argv)
         return serve(options);
     } catch (const std::exception& error) {
         return fail(error.what());

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <utility>
 
 #include "common/corestatus.h"
@@ -16,21 +17,17 @@ namespace {
 
 constexpr double tolerance = 1e-6;
 
-// `target` on the grid of the range's steps; false when it lies outside or between two steps.
-bool fit(const ValueRange& range, double target, std::string& result) {
-    if (!(target >= range.min - tolerance && target <= range.max + tolerance)) {
-        return false;
-    }
+using Result = std::optional<std::string>;  // the new value; nothing when it is refused
+
+// `target` on the grid of the range's steps; refused outside of it and between two steps.
+Result fit(const ValueRange& range, double target) {
+    if (!(target >= range.min - tolerance && target <= range.max + tolerance)) return std::nullopt;
     if (range.step > 0) {
-        const double steps = std::round((target - range.min) / range.step);
-        const double on_grid = range.min + steps * range.step;
-        if (std::abs(on_grid - target) > tolerance) {
-            return false;
-        }
+        const double on_grid = range.min + std::round((target - range.min) / range.step) * range.step;
+        if (std::abs(on_grid - target) > tolerance) return std::nullopt;
         target = on_grid;
     }
-    result = short_fraction(target);
-    return true;
+    return short_fraction(target);
 }
 
 size_t position(const ValueRange& range, const std::string& value) {
@@ -39,43 +36,28 @@ size_t position(const ValueRange& range, const std::string& value) {
 }
 
 // The value `steps` further on. Values that are no number count from the lower end.
-bool move_by(const ValueRange& range, const std::string& current, double steps, bool stop_at_ends,
-             std::string& result) {
+Result move_by(const ValueRange& range, const std::string& current, double steps, bool stop_at_ends) {
+    const bool labelled = !range.allowed.empty();
+    if (!labelled && !range.ranged) return short_fraction(to_fraction(current).value_or(0) + steps);
     ValueRange places = range;
     double from = to_fraction(current).value_or(range.min);
-    if (!range.allowed.empty()) {
+    if (labelled) {
         places.min = 0;
         places.max = static_cast<double>(range.allowed.size() - 1);
         places.step = 1;
         from = static_cast<double>(position(range, current) % range.allowed.size());
-    } else if (!range.ranged) {
-        result = short_fraction(to_fraction(current).value_or(0) + steps);
-        return true;
     }
     double target = from + steps * (places.step > 0 ? places.step : 1);
-    if (stop_at_ends) {
-        target = std::clamp(target, places.min, std::max(places.min, places.max));
-    }
-    if (!fit(places, target, result)) {
-        return false;
-    }
-    if (!range.allowed.empty()) {
-        result = range.allowed[static_cast<size_t>(std::lround(target))];
-    }
-    return true;
+    if (stop_at_ends) target = std::clamp(target, places.min, std::max(places.min, places.max));
+    const Result place = fit(places, target);
+    return place && labelled ? range.allowed[static_cast<size_t>(std::lround(target))] : place;
 }
 
-bool set_value(const ValueRange& range, const std::string& value, std::string& result) {
-    if (!range.allowed.empty()) {
-        result = value;
-        return position(range, value) < range.allowed.size();
-    }
-    if (range.ranged) {
-        const auto number = to_fraction(value);
-        return number && fit(range, *number, result);
-    }
-    result = value;
-    return true;
+Result set_value(const ValueRange& range, const std::string& value) {
+    if (!range.allowed.empty()) return position(range, value) < range.allowed.size() ? Result(value) : std::nullopt;
+    if (!range.ranged) return value;
+    const auto number = to_fraction(value);
+    return number ? fit(range, *number) : std::nullopt;
 }
 
 std::string upper_end(const ValueRange& range) {
@@ -86,41 +68,35 @@ std::string lower_end(const ValueRange& range) {
     return !range.allowed.empty() ? range.allowed.front() : range.ranged ? short_fraction(range.min) : "0";
 }
 
-bool toggle(const ValueRange& range, const std::string& current, std::string& result) {
-    if (!range.allowed.empty()) {
-        result = range.allowed[(position(range, current) + 1) % range.allowed.size()];
-    } else {
-        result = current == lower_end(range) ? upper_end(range) : lower_end(range);
-    }
-    return true;
+std::string toggle(const ValueRange& range, const std::string& current) {
+    if (!range.allowed.empty()) return range.allowed[(position(range, current) + 1) % range.allowed.size()];
+    return current == lower_end(range) ? upper_end(range) : lower_end(range);
 }
 
-using Perform =
-    std::function<bool(const ValueRange&, const std::string& current, const std::string& value, std::string&)>;
+using Perform = std::function<Result(const ValueRange&, const std::string& current, const std::string& value)>;
 
 const std::array<std::pair<std::string_view, Perform>, 7>& actions() {
+    using Range = const ValueRange&;
     using Text = const std::string&;
     static const std::array<std::pair<std::string_view, Perform>, 7> table{{
-        {"set", [](const ValueRange& r, Text, Text value, std::string& out) { return set_value(r, value, out); }},
-        {"toggle", [](const ValueRange& r, Text now, Text, std::string& out) { return toggle(r, now, out); }},
-        {"up", [](const ValueRange& r, Text now, Text, std::string& out) { return move_by(r, now, 1, true, out); }},
-        {"down", [](const ValueRange& r, Text now, Text, std::string& out) { return move_by(r, now, -1, true, out); }},
+        {"set", [](Range range, Text, Text value) { return set_value(range, value); }},
+        {"toggle", [](Range range, Text now, Text) { return toggle(range, now); }},
+        {"up", [](Range range, Text now, Text) { return move_by(range, now, 1, true); }},
+        {"down", [](Range range, Text now, Text) { return move_by(range, now, -1, true); }},
         {"step",
-         [](const ValueRange& r, Text now, Text value, std::string& out) {
+         [](Range range, Text now, Text value) {
              const auto steps = to_number(value);
-             return steps && move_by(r, now, static_cast<double>(*steps), false, out);
+             return steps ? move_by(range, now, static_cast<double>(*steps), false) : std::nullopt;
          }},
-        {"turn-on", [](const ValueRange& r, Text, Text, std::string& out) { return out = upper_end(r), true; }},
-        {"turn-off", [](const ValueRange& r, Text, Text, std::string& out) { return out = lower_end(r), true; }},
+        {"turn-on", [](Range range, Text, Text) { return upper_end(range); }},
+        {"turn-off", [](Range range, Text, Text) { return lower_end(range); }},
     }};
     return table;
 }
 
 const Perform* find_action(std::string_view action) {
     for (const auto& [name, perform] : actions()) {
-        if (equal_ignoring_case(name, action)) {
-            return &perform;
-        }
+        if (equal_ignoring_case(name, action)) return &perform;
     }
     return nullptr;
 }
@@ -131,9 +107,7 @@ std::vector<std::string> label_values(std::string_view labels) {
     std::vector<std::string> values;
     for (const std::string& item : split(labels, ',')) {
         const size_t arrow = item.find("=>");
-        if (arrow != std::string::npos && arrow > 0) {
-            values.push_back(item.substr(0, arrow));
-        }
+        if (arrow != std::string::npos && arrow > 0) values.push_back(item.substr(0, arrow));
     }
     return values;
 }
@@ -145,10 +119,10 @@ bool is_known_action(std::string_view action) {
 long apply_action(const ValueRange& range, const std::string& current, std::string_view action,
                   const std::string& value, std::string& result) {
     const Perform* perform = find_action(action);
-    if (perform == nullptr) {
-        return core_status::unknown_action;
-    }
-    return (*perform)(range, current, value, result) ? core_status::done : core_status::value_refused;
+    if (perform == nullptr) return core_status::unknown_action;
+    const Result performed = (*perform)(range, current, value);
+    result = performed.value_or("");
+    return performed ? core_status::done : core_status::value_refused;
 }
 
 }  // namespace lab

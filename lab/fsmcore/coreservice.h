@@ -6,23 +6,23 @@
 #include <string_view>
 
 #include "common/coremessage.h"
-#include "common/faults.h"
 #include "common/journal.h"
+#include "common/textserver.h"
 #include "fsmcore/objects.h"
 #include "fsmcore/runnercalls.h"
 #include "fsmcore/runners.h"
 
 namespace lab {
 
-class CoreService {
+class CoreService : public TextService {
   public:
     // Borrows all of them, which must live longer.
     CoreService(Objects& objects, Runners& runners, RunnerCalls& calls, Journal& journal)
         : objects_(objects), runners_(runners), calls_(calls), journal_(journal) {}
 
-    static bool complete(std::string_view received);
-    void note(const std::string& request);
-    std::string answer(const std::string& request, const Fault& fault);
+    bool complete(std::string_view received) const override;
+    void note(const std::string& request) override;
+    std::string answer(const std::string& request, const Fault& fault) override;
 
   private:
     long serve(const CoreRequest& request);

@@ -33,28 +33,19 @@ int fail(const std::string& problem) {
 
 int serve(const Options& options) {
     lab::Database database(options.database);
-    if (!database.good()) {
-        return fail(database.problem() + " (dbmanager makes the database: start it first)");
-    }
+    if (!database.good()) return fail(database.problem() + " (dbmanager makes the database: start it first)");
     lab::Journal journal(options.journal);
-    if (!journal.good()) {
-        return fail("cannot write the journal " + options.journal);
-    }
+    if (!journal.good()) return fail("cannot write the journal " + options.journal);
     std::string problem;
     auto listener = lab::listen_on_path(options.socket, problem);
-    if (!listener) {
-        return fail(problem);
-    }
+    if (!listener.valid()) return fail(problem);
     lab::EventLoop loop;
     lab::FaultPlan faults(options.faults);
     lab::Objects objects(database);
     lab::Runners runners(loop, database, options.runners);
     lab::RunnerCalls calls(loop, journal, options.length_managed);
     lab::CoreService service(objects, runners, calls, journal);
-    const lab::TextServer server(
-        loop, std::move(listener), faults, &lab::CoreService::complete,
-        [&](const std::string& request) { service.note(request); },
-        [&](const std::string& request, const lab::Fault& fault) { return service.answer(request, fault); });
+    const lab::TextServer server(loop, std::move(listener), faults, service);
     loop.on_child_ended([&] { runners.reap(); });
     loop.on_stop([&] { runners.stop([&] { loop.stop(); }); });
     std::cout << "fsmcore: listening on " << options.socket << ", database " << options.database << std::endl;
@@ -87,11 +78,7 @@ int main(int argc, char** argv) {
                      "start no runners; calls still go to the port in a runner's row");
         app.add_flag("--length-managed", options.length_managed, "begin calls to runners with their length line");
         app.footer(lab::fault_help);
-        try {
-            app.parse(argc, argv);
-        } catch (const CLI::ParseError& error) {
-            return app.exit(error);
-        }
+        CLI11_PARSE(app, argc, argv)
         options.runners.restart_delay = std::chrono::milliseconds(restart_delay);
         return serve(options);
     } catch (const std::exception& error) {

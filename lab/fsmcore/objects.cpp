@@ -27,13 +27,9 @@ ValueRange range_of(Database& database, const std::string& rendering_id) {
     const QueryResult found = database.run(
         "SELECT HAS_OPTIONS, MIN_STATE, MAX_STATE, STEP_STATE, OPTION_LABELS FROM KOVAD_RENDERING WHERE ID=?",
         {rendering_id});
-    if (found.rows.empty()) {
-        return range;
-    }
+    if (found.rows.empty()) return range;
     const Row& row = found.rows[0];
-    if (to_number(row[0]).value_or(0) != 0) {
-        range.allowed = label_values(row[4]);
-    }
+    if (to_number(row[0]).value_or(0) != 0) range.allowed = label_values(row[4]);
     const auto min = to_fraction(row[1]);
     const auto max = to_fraction(row[2]);
     range.ranged = range.allowed.empty() && min && max;
@@ -68,19 +64,11 @@ ActionOutcome Objects::perform(long object_id, const std::string& action, const 
         "KOVAD_OBJECT_TYPES AS T ON T.TYPE=O.TYPE WHERE O.ID=? AND O.TYPE NOT IN "
         "('USER','USERGROUP','CLIENTBROWSER','CSCMD')",
         {id});
-    if (!found.ok()) {
-        return refusal(core_status::database_failed);
-    }
-    if (found.rows.empty()) {
-        return refusal(core_status::unknown_object);
-    }
+    if (!found.ok()) return refusal(core_status::database_failed);
+    if (found.rows.empty()) return refusal(core_status::unknown_object);
     const Row& row = found.rows[0];
-    if (!is_known_action(action)) {
-        return refusal(core_status::unknown_action);
-    }
-    if (check_allowed && !allows(row[2], action)) {
-        return refusal(core_status::action_not_allowed);
-    }
+    if (!is_known_action(action)) return refusal(core_status::unknown_action);
+    if (check_allowed && !allows(row[2], action)) return refusal(core_status::action_not_allowed);
     ActionOutcome outcome;
     outcome.status = apply_action(range_of(database_, row[1]), row[0], action, value, outcome.value);
     if (outcome.status == core_status::done && outcome.value != row[0]) {
@@ -99,9 +87,7 @@ std::vector<Follower> Objects::followers(long object_id) {
         "WHERE CHILDOBJ_ID=?1 AND OPTIONAL LIKE '%tag_complex_element%')) ORDER BY R.ID",
         {std::to_string(object_id)});
     std::vector<Follower> followers;
-    if (relations.rows.empty()) {
-        return followers;
-    }
+    if (relations.rows.empty()) return followers;
     const QueryResult runners = database_.run("SELECT ID, OPTIONALP, MIN_VALUE FROM KOVAD_OBJECT WHERE TYPE='CSCMD'");
     for (const Row& relation : relations.rows) {
         const std::string neighbour = option_of(relation[2], "neighbour_id");

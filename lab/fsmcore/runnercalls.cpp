@@ -18,26 +18,19 @@ namespace lab {
 namespace {
 
 constexpr std::chrono::seconds patience{5};
-constexpr size_t longest_line = 1000;
 constexpr size_t longest_reply = 4096;
 
 }  // namespace
 
 void RunnerCalls::change_status(long runner_id, uint16_t port, long client_browser_id, long object_id) {
     Line& line = lines_[port];
-    if (line.waiting.size() >= longest_line) {
-        std::cout << "fsmcore: runner " << runner_id << " does not take its calls, one dropped" << std::endl;
-        return;
-    }
     CoreRequest request;
     request.function = "SERVICE_RUNONELEMENT";
     request.parameters = {std::to_string(client_browser_id), "NO-VALUE", "CHANGESTATUS",
                           std::to_string(object_id),         "NO-VALUE", ""};
     request.length_managed = length_managed_;
     line.waiting.push_back({runner_id, std::move(request)});
-    if (line.waiting.size() == 1) {
-        loop_.after(std::chrono::milliseconds(0), [this, port] { begin(port); });
-    }
+    if (line.waiting.size() == 1) loop_.after(std::chrono::milliseconds(0), [this, port] { begin(port); });
 }
 
 void RunnerCalls::begin(uint16_t port) {
@@ -47,7 +40,7 @@ void RunnerCalls::begin(uint16_t port) {
     line.reply.clear();
     line.limit = loop_.after(patience, [this, port] { finish(port, "no answer in time"); });
     line.fd = start_connecting(port);
-    if (!line.fd) {
+    if (!line.fd.valid()) {
         finish(port, "no connection");
         return;
     }
@@ -58,9 +51,7 @@ void RunnerCalls::begin(uint16_t port) {
 bool RunnerCalls::send_rest(Line& line, uint16_t port) {
     const ssize_t count =
         ::send(line.fd.get(), line.text.data() + line.sent, line.text.size() - line.sent, MSG_NOSIGNAL);
-    if (count < 0) {
-        return errno == EAGAIN;
-    }
+    if (count < 0) return errno == EAGAIN;
     line.sent += static_cast<size_t>(count);
     if (line.sent == line.text.size()) {
         const Call& call = line.waiting.front();
@@ -75,16 +66,12 @@ bool RunnerCalls::send_rest(Line& line, uint16_t port) {
 void RunnerCalls::advance(uint16_t port) {
     Line& line = lines_[port];
     if (line.sent < line.text.size()) {
-        if (!send_rest(line, port)) {
-            finish(port, "no connection");
-        }
+        if (!send_rest(line, port)) finish(port, "no connection");
         return;
     }
     std::array<char, 1024> buffer{};
     const ssize_t count = ::recv(line.fd.get(), buffer.data(), buffer.size(), 0);
-    if (count < 0 && errno == EAGAIN) {
-        return;
-    }
+    if (count < 0 && errno == EAGAIN) return;
     if (count > 0 && line.reply.size() < longest_reply) {
         line.reply.append(buffer.data(), static_cast<size_t>(count));
         return;
@@ -98,7 +85,7 @@ void RunnerCalls::finish(uint16_t port, const std::string& outcome) {
     const Call call = std::move(line.waiting.front());
     line.waiting.pop_front();
     loop_.cancel(line.limit);
-    if (line.fd) {
+    if (line.fd.valid()) {
         loop_.unwatch(line.fd.get());
         line.fd.reset();
     }

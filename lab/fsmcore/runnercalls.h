@@ -9,8 +9,8 @@
 #include <memory>
 #include <string>
 
+#include "cbase/descriptor.h"
 #include "common/coremessage.h"
-#include "common/descriptor.h"
 #include "common/eventloop.h"
 #include "common/journal.h"
 

@@ -32,10 +32,7 @@ struct SpawnActions {
     posix_spawn_file_actions_t actions{};
     SpawnActions() { posix_spawn_file_actions_init(&actions); }
     ~SpawnActions() { posix_spawn_file_actions_destroy(&actions); }
-    SpawnActions(const SpawnActions&) = delete;
-    SpawnActions& operator=(const SpawnActions&) = delete;
-    SpawnActions(SpawnActions&&) = delete;
-    SpawnActions& operator=(SpawnActions&&) = delete;
+    SpawnActions(SpawnActions&&) = delete;  // nor copied
 };
 
 // A child starts with no signal blocked or ignored, whatever this process does with its own.
@@ -52,10 +49,7 @@ struct SpawnAttributes {
         posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     }
     ~SpawnAttributes() { posix_spawnattr_destroy(&attributes); }
-    SpawnAttributes(const SpawnAttributes&) = delete;
-    SpawnAttributes& operator=(const SpawnAttributes&) = delete;
-    SpawnAttributes(SpawnAttributes&&) = delete;
-    SpawnAttributes& operator=(SpawnAttributes&&) = delete;
+    SpawnAttributes(SpawnAttributes&&) = delete;  // nor copied
 };
 
 void say(long id, const std::string& what) {
@@ -64,15 +58,11 @@ void say(long id, const std::string& what) {
 
 // Never kill(-1): that would be everyone.
 void kill_if_alive(pid_t pid) {
-    if (pid > 0) {
-        ::kill(pid, SIGKILL);
-    }
+    if (pid > 0) ::kill(pid, SIGKILL);
 }
 
 std::string how_it_ended(int wait_status) {
-    if (WIFSIGNALED(wait_status)) {
-        return "was killed by signal " + std::to_string(WTERMSIG(wait_status));
-    }
+    if (WIFSIGNALED(wait_status)) return "was killed by signal " + std::to_string(WTERMSIG(wait_status));
     return "ended with status " + std::to_string(WEXITSTATUS(wait_status));
 }
 
@@ -80,20 +70,14 @@ std::string how_it_ended(int wait_status) {
 
 Runners::Runners(EventLoop& loop, Database& database, RunnerSettings settings)
     : loop_(loop), database_(database), settings_(std::move(settings)) {
-    if (!settings_.log_file.empty()) {
-        log_.open(settings_.log_file, std::ios::app | std::ios::binary);
-    }
+    if (!settings_.log_file.empty()) log_.open(settings_.log_file, std::ios::app | std::ios::binary);
 }
 
 void Runners::start_all() {
-    if (settings_.none) {
-        return;
-    }
+    if (settings_.none) return;
     database_.run("UPDATE KOVAD_OBJECT SET STATUS_ID=0, VALUES_TYPE=-1, MIN_VALUE=-1 WHERE TYPE='CSCMD'");
     for (const Row& row : database_.run("SELECT ID, OPTIONALP FROM KOVAD_OBJECT WHERE TYPE='CSCMD'").rows) {
-        if (option_of(row[1], "startup") == "1") {
-            start(to_number(row[0]).value_or(-1));
-        }
+        if (option_of(row[1], "startup") == "1") start(to_number(row[0]).value_or(-1));
     }
 }
 
@@ -119,14 +103,10 @@ bool Runners::spawn(Runner& runner, std::vector<std::string> words, std::string&
     const Descriptor child_output(ends[1]);
     ::fcntl(ends[0], F_SETFL, O_NONBLOCK);  // NOLINT(*-vararg)
 
-    if (!settings_.program.empty()) {
-        words[0] = settings_.program;
-    }
+    if (!settings_.program.empty()) words[0] = settings_.program;
     std::vector<char*> arguments;
     arguments.reserve(words.size() + 1);
-    for (std::string& word : words) {
-        arguments.push_back(word.data());
-    }
+    for (std::string& word : words) arguments.push_back(word.data());
     arguments.push_back(nullptr);
 
     SpawnActions actions;
@@ -145,20 +125,14 @@ bool Runners::spawn(Runner& runner, std::vector<std::string> words, std::string&
 
 long Runners::start(long id) {
     const auto command = command_of(id);
-    if (!command) {
-        return core_status::unknown_runner;
-    }
+    if (!command) return core_status::unknown_runner;
     if (settings_.none) {
         say(id, "is started by someone else (--no-runners)");
         return core_status::done;
     }
     Runner& runner = runners_[id];
-    if (runner.pid >= 0) {
-        return core_status::already_running;
-    }
-    if (runner.timer) {
-        loop_.cancel(*std::exchange(runner.timer, std::nullopt));
-    }
+    if (runner.pid >= 0) return core_status::already_running;
+    if (runner.timer) loop_.cancel(*std::exchange(runner.timer, std::nullopt));
     runner.partial_line.clear();
     runner.announced = false;
     runner.quitting = false;
@@ -181,9 +155,7 @@ long Runners::start(long id) {
 }
 
 void Runners::set_timer(Runner& runner, std::chrono::milliseconds delay, std::function<void()> due) {
-    if (runner.timer) {
-        loop_.cancel(*runner.timer);
-    }
+    if (runner.timer) loop_.cancel(*runner.timer);
     runner.timer = loop_.after(delay, [&runner, due = std::move(due)] {
         runner.timer.reset();
         due();
@@ -197,20 +169,16 @@ void Runners::read_output(long id) {
     while ((count = ::read(runner.output.get(), buffer.data(), buffer.size())) > 0) {
         runner.partial_line.append(buffer.data(), static_cast<size_t>(count));
         size_t begin = 0;
-        for (size_t end = 0; (end = runner.partial_line.find('\n', begin)) != std::string::npos; begin = end + 1) {
+        for (size_t end = 0; (end = runner.partial_line.find('\n', begin)) != std::string::npos; begin = end + 1)
             take_line(id, runner, runner.partial_line.substr(begin, end - begin));
-        }
         runner.partial_line.erase(0, begin);
-        if (runner.partial_line.size() > longest_output_line) {
+        if (runner.partial_line.size() > longest_output_line)
             take_line(id, runner, std::exchange(runner.partial_line, {}));
-        }
     }
     if (count == 0 || errno != EAGAIN) {
         loop_.unwatch(runner.output.get());
         runner.output.reset();
-        if (!runner.partial_line.empty()) {
-            take_line(id, runner, std::exchange(runner.partial_line, {}));
-        }
+        if (!runner.partial_line.empty()) take_line(id, runner, std::exchange(runner.partial_line, {}));
     }
 }
 
@@ -218,9 +186,7 @@ void Runners::take_line(long id, Runner& runner, const std::string& line) {
     const auto numbers = split(line, ',');
     if (!runner.announced && numbers.size() == 2 && to_number(numbers[0]) && to_number(numbers[1])) {
         runner.announced = true;
-        if (runner.timer && !runner.quitting) {
-            loop_.cancel(*std::exchange(runner.timer, std::nullopt));
-        }
+        if (runner.timer && !runner.quitting) loop_.cancel(*std::exchange(runner.timer, std::nullopt));
         if (numbers[0] == "0") {
             say(id, "is running and takes calls on port " + numbers[1]);
             store(id, State::running, runner.pid, *to_number(numbers[1]));
@@ -261,36 +227,25 @@ long Runners::quit(long id) {
 void Runners::stop(std::function<void()> gone) {
     gone_ = std::move(gone);
     std::vector<long> ids;
-    for (const auto& [id, runner] : runners_) {
-        ids.push_back(id);
-    }
-    for (const long id : ids) {
-        quit(id);
-    }
-    if (runners_.empty()) {
-        gone_();
-    }
+    for (const auto& [id, runner] : runners_) ids.push_back(id);
+    for (const long id : ids) quit(id);
+    if (runners_.empty()) gone_();
 }
 
 void Runners::reap() {
     std::vector<std::pair<long, int>> gone;
     for (const auto& [id, runner] : runners_) {
         int wait_status = 0;
-        if (runner.pid >= 0 && ::waitpid(runner.pid, &wait_status, WNOHANG) == runner.pid) {
+        if (runner.pid >= 0 && ::waitpid(runner.pid, &wait_status, WNOHANG) == runner.pid)
             gone.emplace_back(id, wait_status);
-        }
     }
-    for (const auto& [id, wait_status] : gone) {
-        ended(id, wait_status);
-    }
-    if (gone_ && runners_.empty()) {
-        gone_();
-    }
+    for (const auto& [id, wait_status] : gone) ended(id, wait_status);
+    if (gone_ && runners_.empty()) gone_();
 }
 
 void Runners::ended(long id, int wait_status) {
     Runner& runner = runners_[id];
-    if (runner.output) {
+    if (runner.output.valid()) {
         read_output(id);  // its last words
     }
     runner.pid = -1;
@@ -311,7 +266,7 @@ void Runners::ended(long id, int wait_status) {
 
 void Runners::restart_later(long id, const std::string& why) {
     Runner& runner = runners_[id];
-    if (runner.output) {
+    if (runner.output.valid()) {
         loop_.unwatch(runner.output.get());
         runner.output.reset();
     }
@@ -331,12 +286,8 @@ void Runners::restart_later(long id, const std::string& why) {
 
 void Runners::forget(long id) {
     Runner& runner = runners_[id];
-    if (runner.timer) {
-        loop_.cancel(*runner.timer);
-    }
-    if (runner.output) {
-        loop_.unwatch(runner.output.get());
-    }
+    if (runner.timer) loop_.cancel(*runner.timer);
+    if (runner.output.valid()) loop_.unwatch(runner.output.get());
     runners_.erase(id);
 }
 

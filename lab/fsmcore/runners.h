@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "cbase/descriptor.h"
 #include "common/database.h"
-#include "common/descriptor.h"
 #include "common/eventloop.h"
 
 namespace lab {

@@ -1,8 +1,8 @@
 // What every command of `home` works on, and how it ends.
 #pragma once
 
-#include <iostream>
 #include <string>
+#include <vector>
 
 #include "common/database.h"
 
@@ -13,18 +13,14 @@ struct Context {
     std::string core_socket;
 };
 
-// Both return the command's exit status.
-inline int complain(const std::string& problem) {
-    std::cerr << "home: " << problem << std::endl;
-    return 1;
-}
+// These return the command's exit status.
+int complain(const std::string& problem);
+int report(const QueryResult& result, const std::string& success);
+// Prints the rows that `sql` finds.
+int list(Context& context, const std::vector<std::string>& heads, const std::string& sql);
 
-inline int report(const QueryResult& result, const std::string& success) {
-    if (!result.ok()) {
-        return complain(result.error);
-    }
-    std::cout << success << std::endl;
-    return 0;
-}
+// The ID of the row that `sql` finds for its parameter `which`; empty, after a complaint about `what`, when there is
+// none.
+std::string find_id(Context& context, const std::string& sql, const std::string& what, const std::string& which);
 
 }  // namespace lab

@@ -1,18 +1,15 @@
-// One request to FSMCore over its socket, waiting for the reply.
+// Has FSMCore carry out a request, over its socket.
 #pragma once
 
-#include <optional>
 #include <string>
 
-#include "common/coremessage.h"
+#include "home/context.h"
 
 namespace lab {
 
-// The reply's status; nothing when there was none within some seconds, the reason then in `problem`.
-std::optional<long> ask_core(const std::string& socket_path, const CoreRequest& request, std::string& problem);
-
-// A SERVICE_RUNONELEMENT request.
-CoreRequest run_on_element(const std::string& object, const std::string& action, const std::string& value,
-                           const std::string& caller);
+// A SERVICE_RUNONELEMENT request from `caller`. Waits for the reply for some seconds; returns an empty text, or why it
+// was not carried out.
+std::string run_on_element(const Context& context, const std::string& object, const std::string& action,
+                           const std::string& value, const std::string& caller);
 
 }  // namespace lab

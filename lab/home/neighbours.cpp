@@ -2,48 +2,38 @@
 
 #include "common/text.h"
 #include "home/runners.h"
-#include "home/table.h"
 
 namespace lab {
 
 namespace {
 
 std::string neighbour_id(Context& context, const std::string& which) {
-    return context.database.run("SELECT ID FROM KOVAD_NEIGHBOUR WHERE ID=?1 OR HOST_UID=?1", {which}).value();
+    return find_id(context, "SELECT ID FROM KOVAD_NEIGHBOUR WHERE ID=?1 OR HOST_UID=?1", "neighbour", which);
 }
 
 }  // namespace
 
 int list_neighbours(Context& context) {
-    const QueryResult neighbours = context.database.run(
-        "SELECT ID, HOST_UID, HOST_NAME, HOST_IP_ADDRESS || ':' || HOST_PORT, HOST_STATUS, "
-        "CASE ENABLE_FLAG WHEN 1 THEN 'yes' ELSE 'no' END, CASE USE_SSL WHEN 1 THEN 'yes' ELSE 'no' END, "
-        "datetime(LAST_ACCESS, 'unixepoch'), SOFTWARE_VERSION FROM KOVAD_NEIGHBOUR ORDER BY ID");
-    print_table({"ID", "UID", "NAME", "ADDRESS", "STATUS", "ENABLED", "TLS", "LAST ACCESS (UTC)", "VERSION"},
-                neighbours.rows);
-    return neighbours.ok() ? 0 : complain(neighbours.error);
+    return list(context, {"ID", "UID", "NAME", "ADDRESS", "STATUS", "ENABLED", "TLS", "LAST ACCESS (UTC)", "VERSION"},
+                "SELECT ID, HOST_UID, HOST_NAME, HOST_IP_ADDRESS || ':' || HOST_PORT, HOST_STATUS, "
+                "CASE ENABLE_FLAG WHEN 1 THEN 'yes' ELSE 'no' END, CASE USE_SSL WHEN 1 THEN 'yes' ELSE 'no' END, "
+                "datetime(LAST_ACCESS, 'unixepoch'), SOFTWARE_VERSION FROM KOVAD_NEIGHBOUR ORDER BY ID");
 }
 
 int enable_neighbour(Context& context, const std::string& which, bool enable) {
     const std::string id = neighbour_id(context, which);
-    if (id.empty()) {
-        return complain("there is no neighbour " + which);
-    }
+    if (id.empty()) return 1;
     return report(context.database.run("UPDATE KOVAD_NEIGHBOUR SET ENABLE_FLAG=? WHERE ID=?", {enable ? "1" : "0", id}),
                   "neighbour " + which + (enable ? " enabled" : " disabled"));
 }
 
 int remove_neighbour(Context& context, const std::string& which) {
     const std::string id = neighbour_id(context, which);
-    if (id.empty()) {
-        return complain("there is no neighbour " + which);
-    }
+    if (id.empty()) return 1;
     const QueryResult records =
         context.database.run("SELECT ID, TYPE, OPTIONALP FROM KOVAD_OBJECT WHERE TYPE IN ('CSCMD', 'CLIENTBROWSER')");
     for (const Row& record : records.rows) {
-        if (option_of(record[2], "neighbour_id") != id) {
-            continue;
-        }
+        if (option_of(record[2], "neighbour_id") != id) continue;
         if (record[1] == "CSCMD") {
             remove_runner(context, record[0]);
         } else {
@@ -61,9 +51,7 @@ int switch_attach(Context& context, std::optional<bool> on) {
         const QueryResult stored = context.database.run(
             "INSERT OR REPLACE INTO KOVA_M2M_CONFIGURATION (NAME, VALUE) VALUES ('KOVA_M2M_ATTACH_ENABLE_FLAG', ?)",
             {*on ? "1" : "0"});
-        if (!stored.ok()) {
-            return complain(stored.error);
-        }
+        if (!stored.ok()) return complain(stored.error);
     }
     const QueryResult flag =
         context.database.run("SELECT VALUE FROM KOVA_M2M_CONFIGURATION WHERE NAME='KOVA_M2M_ATTACH_ENABLE_FLAG'");

@@ -1,13 +1,15 @@
 #include "home/objects.h"
 
-#include "common/corestatus.h"
+#include <iostream>
+
+#include "common/table.h"
 #include "home/coreclient.h"
-#include "home/table.h"
 
 namespace lab {
 
 int list_objects(Context& context) {
-    const QueryResult objects = context.database.run(
+    return list(
+        context, {"ID", "OBJECT", "TYPE", "VALUE", "RANGE OR LABELS", "ACTIONS", "IN", "SEEN BY"},
         "SELECT O.ID, O.NAME, O.TYPE, O.CURRENT_VALUE, "
         "CASE WHEN N.ID IS NULL THEN '-' WHEN N.HAS_OPTIONS<>0 THEN N.OPTION_LABELS "
         "ELSE CAST(N.MIN_STATE AS INTEGER) || '..' || CAST(N.MAX_STATE AS INTEGER) || ' by ' || N.STEP_STATE END, "
@@ -18,53 +20,35 @@ int list_objects(Context& context) {
         "ELSE 'everyone' END ELSE 'nobody' END "
         "FROM KOVAD_OBJECT AS O LEFT JOIN KOVAD_RENDERING AS N ON N.ID=O.RENDERING_ID LEFT JOIN KOVAD_OBJECT_TYPES AS "
         "T ON T.TYPE=O.TYPE WHERE O.TYPE NOT IN ('USER','USERGROUP','CLIENTBROWSER','CSCMD') ORDER BY O.ID");
-    print_table({"ID", "OBJECT", "TYPE", "VALUE", "RANGE OR LABELS", "ACTIONS", "IN", "SEEN BY"}, objects.rows);
-    return objects.ok() ? 0 : complain(objects.error);
 }
 
 int act_on_object(Context& context, const std::string& id, const std::string& action, const std::string& value) {
-    std::string problem;
-    const auto status = ask_core(context.core_socket, run_on_element(id, action, value, "HOME"), problem);
-    if (!status) {
-        return complain("fsmcore does not answer: " + problem + "\n(\"object set --quiet\" changes the database only)");
-    }
-    if (*status != core_status::done) {
-        return complain("fsmcore refused: " + core_status::text(*status));
-    }
+    const std::string problem = run_on_element(context, id, action, value, "HOME");
+    if (!problem.empty()) return complain(problem);
     const QueryResult now = context.database.run("SELECT CURRENT_VALUE FROM KOVAD_OBJECT WHERE ID=?", {id});
     return report(now, "object " + id + " is " + now.value());
 }
 
 int set_quietly(Context& context, const std::string& id, const std::string& value) {
     const QueryResult changed = context.database.run("UPDATE KOVAD_OBJECT SET CURRENT_VALUE=? WHERE ID=?", {value, id});
-    if (changed.ok() && changed.changes == 0) {
-        return complain("there is no object " + id);
-    }
+    if (changed.ok() && changed.changes == 0) return complain("there is no object " + id);
     return report(changed, "object " + id + " is " + value + " (nobody was told)");
 }
 
 int list_relations(Context& context) {
-    const QueryResult relations = context.database.run(
+    return list(
+        context, {"ID", "PARENT", "", "CHILD", "", "KIND", "ACTION", "VALUE", "ACCESS", "ENABLED", "OPTIONAL"},
         "SELECT R.ID, R.PARENTOBJ_ID, COALESCE(P.NAME, '?'), R.CHILDOBJ_ID, COALESCE(NULLIF(C.NAME, ''), "
         "LOWER(C.TYPE), '?'), R.RELATION_WEB_TIPOLOGY, R.ACTION, R.ACTION_VALUE, R.ACCESS_MODE, R.ENABLE_FLAG, "
         "R.OPTIONAL FROM KOVAD_OBJECT_RELATION AS R LEFT JOIN KOVAD_OBJECT AS P ON P.ID=R.PARENTOBJ_ID LEFT JOIN "
         "KOVAD_OBJECT AS C ON C.ID=R.CHILDOBJ_ID ORDER BY R.ID");
-    print_table({"ID", "PARENT", "", "CHILD", "", "KIND", "ACTION", "VALUE", "ACCESS", "ENABLED", "OPTIONAL"},
-                relations.rows);
-    return relations.ok() ? 0 : complain(relations.error);
 }
 
 int run_sql(Context& context, const std::string& sql) {
     const QueryResult result = context.database.run(sql);
-    if (result.has_rows) {
-        print_table(result.columns, result.rows);
-    }
-    if (!result.ok()) {
-        return complain(result.error);
-    }
-    if (!result.has_rows) {
-        std::cout << result.changes << " rows changed" << std::endl;
-    }
+    if (result.has_rows) print_table(result.columns, result.rows);
+    if (!result.ok()) return complain(result.error);
+    if (!result.has_rows) std::cout << result.changes << " rows changed" << std::endl;
     return 0;
 }
 

@@ -1,4 +1,4 @@
-#include "commands.h"
+#include "neighbour/commands.h"
 
 #include <poll.h>
 
@@ -6,12 +6,12 @@
 #include <iostream>
 #include <sstream>
 
-#include "connection.h"
-#include "deadline.h"
-#include "home.h"
-#include "listener.h"
-#include "output.h"
-#include "status.h"
+#include "common/text.h"
+#include "neighbour/connection.h"
+#include "neighbour/home.h"
+#include "neighbour/listener.h"
+#include "neighbour/output.h"
+#include "neighbour/status.h"
 
 namespace neighbour {
 namespace {
@@ -29,7 +29,7 @@ void print(const std::vector<std::string>& lines) {
 std::optional<std::vector<long long>> parse_ids(const std::vector<std::string>& texts) {
     std::vector<long long> ids;
     for (const std::string& text : texts) {
-        const auto id = parse_number(text);
+        const auto id = lab::to_number(text);
         if (!id) {
             complain("\"" + text + "\" is no object ID");
             return std::nullopt;
@@ -50,6 +50,11 @@ int request_for_ids(const Session& session, const char* function,
 }
 
 }  // namespace
+
+timedio::Deadline end_after(double seconds) {
+    return seconds <= 0 ? timedio::Deadline::max()
+                        : timedio::deadline_in(std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000)));
+}
 
 void complete(AttachFields& fields, const Session& session) {
     if (fields.listenAddress.empty()) {
@@ -123,7 +128,7 @@ int getstatus(const Session& session, const std::vector<std::string>& selections
     if (session.settings().raw) return verdict.status;
     const std::vector<HomeObject> found = objects_of(verdict.body);
     if (verdict.status != 0 || found.empty()) session.tell("getstatus", verdict);
-    if (!found.empty()) print(table_lines(status_rows(found)));
+    if (!found.empty()) print(table_lines(home_rows(found)));
     return verdict.status;
 }
 
@@ -134,7 +139,7 @@ int doaction(const Session& session, const std::vector<std::string>& words) {
     }
     std::vector<Action> actions;
     for (std::size_t at = 0; at < words.size(); at += wordsPerAction) {
-        const auto id = parse_number(words[at]);
+        const auto id = lab::to_number(words[at]);
         if (!id) return complain("\"" + words[at] + "\" is no object ID");
         actions.push_back({*id, words[at + 1], words[at + 2], words[at + 3]});
     }
@@ -151,14 +156,11 @@ int listen_for_notifications(const Session& session, const ListenOptions& option
     std::cerr << "neighbour: listening on port " << listener->port()
               << (session.settings().tls.enabled ? " (TLS)" : " (plain)") << std::endl;
 
-    const Deadline end(std::chrono::milliseconds(static_cast<std::int64_t>(options.seconds * 1000)));
-    const bool endless = options.seconds <= 0;
+    const timedio::Deadline end = end_after(options.seconds);
     std::size_t received = 0;
     while (options.count == 0 || received < options.count) {
-        pollfd wanted{listener->descriptor(), POLLIN, 0};
-        const int ready = poll(&wanted, 1, endless ? -1 : end.left());
-        if (ready == 0) return options.count == 0 ? status::success : status::timeIsUp;
-        if (ready < 0) continue;
+        if (!timedio::wait_for(listener->descriptor(), POLLIN, end))
+            return options.count == 0 ? status::success : status::timeIsUp;
         const std::string datagram = listener->receive(session.settings().timeout(), problem);
         if (!problem.empty()) std::cerr << "neighbour: a connection failed: " << printable(problem) << '\n';
         if (datagram.empty()) continue;

@@ -8,8 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "datagrams.h"
-#include "session.h"
+#include "cbase/timedio.h"
+#include "neighbour/datagrams.h"
+#include "neighbour/session.h"
 
 namespace neighbour {
 
@@ -33,6 +34,9 @@ int listen_for_notifications(const Session& session, const ListenOptions& option
 
 // The port for notifications when nobody names one.
 constexpr std::uint16_t defaultListenPort = 45201;
+
+// When a command that runs for so many seconds ends; never when it is 0.
+timedio::Deadline end_after(double seconds);
 
 // Fills what the command line left open: the address and port at which the controller reaches us.
 void complete(AttachFields& fields, const Session& session);

@@ -1,7 +1,6 @@
-#include "connection.h"
+#include "neighbour/connection.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -11,7 +10,6 @@
 
 #include <array>
 #include <cerrno>
-#include <climits>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -36,26 +34,16 @@ Addresses resolve(const std::string& host, std::uint16_t port, int type, std::st
     return Addresses(found);
 }
 
-void set_nonblocking(int descriptor) {
-    fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) | O_NONBLOCK);
-}
-
 // Waits for a connect that was begun; returns its errno.
-int finish_connect(int descriptor, const Deadline& deadline) {
-    pollfd wanted{descriptor, POLLOUT, 0};
-    int ready = 0;
-    do {
-        ready = poll(&wanted, 1, deadline.left());
-    } while (ready < 0 && errno == EINTR && !deadline.passed());
-    if (ready == 0) return ETIMEDOUT;
-    if (ready < 0) return errno;
+int finish_connect(int descriptor, timedio::Deadline deadline) {
+    if (!timedio::wait_for(descriptor, POLLOUT, deadline)) return errno == EAGAIN ? ETIMEDOUT : errno;
     int code = 0;
     socklen_t size = sizeof(code);
     getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &code, &size);
     return code;
 }
 
-Descriptor connect_to(const Settings& settings, const Deadline& deadline, std::string& problem) {
+Descriptor connect_to(const Settings& settings, timedio::Deadline deadline, std::string& problem) {
     const Addresses addresses = resolve(settings.host, settings.port, SOCK_STREAM, problem);
     for (const addrinfo* address = addresses.get(); address != nullptr; address = address->ai_next) {
         Descriptor descriptor(socket(address->ai_family, address->ai_socktype | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
@@ -72,7 +60,7 @@ Descriptor connect_to(const Settings& settings, const Deadline& deadline, std::s
         }
         problem = std::strerror(code);
     }
-    return Descriptor();
+    return {};
 }
 
 // Where the callback for new sessions leaves the last one.
@@ -86,119 +74,76 @@ int keep_session(SSL* tls, SSL_SESSION* session) {
 }  // namespace
 
 Connection::Connection(Descriptor descriptor, SSL_CTX* context) : _descriptor(std::move(descriptor)) {
-    set_nonblocking(_descriptor.get());
+    timedio::make_nonblocking(_descriptor.get());
     if (context == nullptr) return;
     _tls.reset(SSL_new(context));
     if (_tls) SSL_set_fd(_tls.get(), _descriptor.get());
 }
 
-bool Connection::wait(short events, const Deadline& deadline) {
-    for (;;) {
-        pollfd wanted{_descriptor.get(), events, 0};
-        const int ready = poll(&wanted, 1, deadline.left());
-        if (ready > 0) return true;
-        if (ready == 0 || deadline.passed()) {
-            _problem = "time is up";
-            return false;
-        }
-        if (errno != EINTR) {
-            _problem = std::strerror(errno);
-            return false;
-        }
-    }
+bool Connection::checked(bool good) {
+    if (!good) _problem = errno == EAGAIN ? "time is up" : std::strerror(errno);
+    return good;
 }
 
 // Repeats one OpenSSL operation until it succeeds. Returns its positive result, 0 when the peer has closed, -1 after a
 // failure.
 template <typename Step>
-int Connection::driveTls(Step step, const Deadline& deadline) {
+int Connection::driveTls(Step step, timedio::Deadline deadline) {
     for (;;) {
         ERR_clear_error();
         errno = 0;
         const int result = step();
         const int systemError = errno;
         if (result > 0) return result;
-        short events = 0;
-        switch (SSL_get_error(_tls.get(), result)) {
-            case SSL_ERROR_WANT_READ:
-                events = POLLIN;
-                break;
-            case SSL_ERROR_WANT_WRITE:
-                events = POLLOUT;
-                break;
-            case SSL_ERROR_ZERO_RETURN:
-                return 0;
-            case SSL_ERROR_SYSCALL:
-                _problem = systemError == 0 ? "the peer closed the connection" : std::strerror(systemError);
-                return -1;
-            default:
-                _problem = openssl_problem();
-                return -1;
-        }
-        if (!wait(events, deadline)) return -1;
-    }
-}
-
-bool Connection::connectTls(const Deadline& deadline) {
-    if (!_tls) return true;
-    const int result = driveTls([this] { return SSL_connect(_tls.get()); }, deadline);
-    if (result == 0) _problem = "the peer closed the connection";
-    if (result <= 0) _problem = "TLS handshake: " + _problem;
-    return result > 0;
-}
-
-bool Connection::acceptTls(const Deadline& deadline) {
-    if (!_tls) return true;
-    const int result = driveTls([this] { return SSL_accept(_tls.get()); }, deadline);
-    if (result == 0) _problem = "the peer closed the connection";
-    if (result <= 0) _problem = "TLS handshake: " + _problem;
-    return result > 0;
-}
-
-bool Connection::writePlain(std::string_view data, const Deadline& deadline) {
-    while (!data.empty()) {
-        const ssize_t written = send(_descriptor.get(), data.data(), data.size(), MSG_NOSIGNAL);
-        if (written >= 0) {
-            data.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno == EAGAIN) {
-            if (!wait(POLLOUT, deadline)) return false;
-        } else if (errno != EINTR) {
-            _problem = std::strerror(errno);
-            return false;
-        }
-    }
-    return true;
-}
-
-bool Connection::write(std::string_view data, const Deadline& deadline) {
-    if (!_tls) return writePlain(data, deadline);
-    while (!data.empty()) {
-        const auto piece = static_cast<int>(std::min<std::size_t>(data.size(), INT_MAX));
-        const int written = driveTls([&] { return SSL_write(_tls.get(), data.data(), piece); }, deadline);
-        if (written <= 0) return false;
-        data.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
-
-int Connection::readPlain(char* buffer, std::size_t size, const Deadline& deadline) {
-    for (;;) {
-        const ssize_t got = recv(_descriptor.get(), buffer, size, 0);
-        if (got >= 0) return static_cast<int>(got);
-        if (errno == EAGAIN) {
-            if (!wait(POLLIN, deadline)) return -1;
-        } else if (errno != EINTR) {
-            _problem = std::strerror(errno);
+        const int reason = SSL_get_error(_tls.get(), result);
+        if (reason == SSL_ERROR_ZERO_RETURN) return 0;
+        if (reason != SSL_ERROR_WANT_READ && reason != SSL_ERROR_WANT_WRITE) {
+            _problem = reason != SSL_ERROR_SYSCALL ? openssl_problem()
+                       : systemError == 0          ? "the peer closed the connection"
+                                                   : std::strerror(systemError);
             return -1;
         }
+        const short events = reason == SSL_ERROR_WANT_READ ? POLLIN : POLLOUT;
+        if (!checked(timedio::wait_for(_descriptor.get(), events, deadline))) return -1;
     }
 }
 
-bool Connection::readToEnd(std::string& data, std::size_t limit, const Deadline& deadline) {
+bool Connection::handshake(int (*step)(SSL*), timedio::Deadline deadline) {
+    if (!_tls) return true;
+    const int result = driveTls([this, step] { return step(_tls.get()); }, deadline);
+    if (result == 0) _problem = "the peer closed the connection";
+    if (result <= 0) _problem = "TLS handshake: " + _problem;
+    return result > 0;
+}
+
+bool Connection::write(std::string_view data, timedio::Deadline deadline) {
+    if (_tls) {
+        std::size_t written = 0;
+        const auto step = [&] { return SSL_write_ex(_tls.get(), data.data(), data.size(), &written); };
+        return data.empty() || driveTls(step, deadline) > 0;
+    }
+    while (!data.empty()) {
+        const ssize_t sent = send(_descriptor.get(), data.data(), data.size(), MSG_NOSIGNAL);
+        if (sent >= 0) {
+            data.remove_prefix(static_cast<std::size_t>(sent));
+        } else if (errno != EAGAIN || !timedio::wait_for(_descriptor.get(), POLLOUT, deadline)) {
+            return checked(false);
+        }
+    }
+    return true;
+}
+
+int Connection::read(char* buffer, std::size_t size, timedio::Deadline deadline) {
+    if (_tls) return driveTls([&] { return SSL_read(_tls.get(), buffer, static_cast<int>(size)); }, deadline);
+    const ssize_t got = timedio::receive(_descriptor.get(), buffer, size, deadline);
+    checked(got >= 0);
+    return static_cast<int>(got);
+}
+
+bool Connection::readToEnd(std::string& data, std::size_t limit, timedio::Deadline deadline) {
     std::array<char, 16384> buffer{};
-    while (!deadline.passed()) {
-        const int got = _tls ? driveTls([&] { return SSL_read(_tls.get(), buffer.data(), buffer.size()); }, deadline)
-                             : readPlain(buffer.data(), buffer.size(), deadline);
+    while (timedio::Clock::now() < deadline) {
+        const int got = read(buffer.data(), buffer.size(), deadline);
         if (got <= 0) return got == 0;
         data.append(buffer.data(), static_cast<std::size_t>(got));
         if (data.size() > limit) {

@@ -7,12 +7,19 @@
 #include <string>
 #include <string_view>
 
-#include "deadline.h"
-#include "descriptor.h"
-#include "settings.h"
-#include "tls.h"
+#include "cbase/descriptor.h"
+#include "cbase/timedio.h"
+#include "neighbour/settings.h"
+#include "neighbour/tls.h"
 
 namespace neighbour {
+
+using ::Descriptor;
+
+// The point in time by which a whole exchange must be done: a peer that sends a byte now and then cannot stretch it.
+struct Deadline : timedio::Deadline {
+    explicit Deadline(std::chrono::milliseconds fromNow) : time_point(timedio::deadline_in(fromNow)) {}
+};
 
 class Connection {
   public:
@@ -21,13 +28,13 @@ class Connection {
     Connection(Descriptor descriptor, SSL_CTX* context);
 
     // The handshake, before anything else; true at once on a plain connection.
-    bool connectTls(const Deadline& deadline);
-    bool acceptTls(const Deadline& deadline);
+    bool connectTls(timedio::Deadline deadline) { return handshake(SSL_connect, deadline); }
+    bool acceptTls(timedio::Deadline deadline) { return handshake(SSL_accept, deadline); }
 
-    bool write(std::string_view data, const Deadline& deadline);
+    bool write(std::string_view data, timedio::Deadline deadline);
     // Appends what comes until the peer closes; false when it ended in another way or `limit` bytes have come. What
     // came before a failure is in `data` all the same.
-    bool readToEnd(std::string& data, std::size_t limit, const Deadline& deadline);
+    bool readToEnd(std::string& data, std::size_t limit, timedio::Deadline deadline);
 
     // Why the last operation returned false.
     const std::string& problem() const { return _problem; }
@@ -39,11 +46,13 @@ class Connection {
     void sayGoodbye();
 
   private:
-    bool wait(short events, const Deadline& deadline);
+    bool handshake(int (*step)(SSL*), timedio::Deadline deadline);
     template <typename Step>
-    int driveTls(Step step, const Deadline& deadline);
-    bool writePlain(std::string_view data, const Deadline& deadline);
-    int readPlain(char* buffer, std::size_t size, const Deadline& deadline);
+    int driveTls(Step step, timedio::Deadline deadline);
+    // Bytes, 0 when the peer has closed, -1 after a failure.
+    int read(char* buffer, std::size_t size, timedio::Deadline deadline);
+    // Returns `good`; notes why a system call failed when it is false.
+    bool checked(bool good);
 
     Descriptor _descriptor;
     TlsPointer _tls;

@@ -1,9 +1,10 @@
-#include "datagrams.h"
+#include "neighbour/datagrams.h"
 
-#include <charconv>
 #include <cstdint>
-#include <cstdio>
 #include <random>
+#include <utility>
+
+#include "common/text.h"
 
 namespace neighbour {
 namespace {
@@ -129,17 +130,9 @@ std::optional<Json> decode(std::string_view text) {
     return value;
 }
 
-std::optional<long long> parse_number(std::string_view text) {
-    long long number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stopped, code] = std::from_chars(text.data(), end, number);
-    if (code != std::errc() || stopped != end || text.empty()) return std::nullopt;
-    return number;
-}
-
 std::optional<ItemSelection> parse_selection(std::string_view text) {
     const std::size_t colon = text.find(':');
-    const auto id = parse_number(text.substr(0, colon));
+    const auto id = lab::to_number(text.substr(0, colon));
     if (!id) return std::nullopt;
     ItemSelection selection{*id, {}};
     if (colon == std::string_view::npos) return selection;

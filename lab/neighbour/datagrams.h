@@ -63,7 +63,5 @@ std::optional<Json> decode(std::string_view text);
 
 // "12", or "12:temperature,setpoint"; a backslash takes the next character as it is. Nothing when it is neither.
 std::optional<ItemSelection> parse_selection(std::string_view text);
-// A whole decimal number, with sign or without.
-std::optional<long long> parse_number(std::string_view text);
 
 }  // namespace neighbour

@@ -1,19 +1,15 @@
-#include "home.h"
+#include "neighbour/home.h"
 
-#include <cstdio>
-
-#include "judge.h"
+#include "common/text.h"
+#include "neighbour/judge.h"
 
 namespace neighbour {
 namespace {
 
 // Numbers of a range went through a float on their way: 0.1 arrives as 0.10000000149.
 std::string short_number(const Json& value) {
-    if (!value.is_number()) return printable(value.is_string() ? value.get<std::string>() : value.dump());
-    std::string text(32, '\0');
-    const int size = std::snprintf(text.data(), text.size(), "%g", value.get<double>());
-    text.resize(static_cast<std::size_t>(std::max(size, 0)));
-    return text;
+    if (value.is_number()) return lab::short_fraction(value.get<double>());
+    return printable(value.is_string() ? value.get<std::string>() : value.dump());
 }
 
 void read_allowed_values(const Json& allowed, HomeObject& object) {
@@ -69,10 +65,7 @@ std::string allowed_text(const HomeObject& object) {
 
 class RowMaker {
   public:
-    RowMaker(bool all_columns, const std::set<long long>& marked) : _allColumns(all_columns), _marked(marked) {
-        _rows.push_back(all_columns ? Row{"NAME", "ID", "TYPE", "VALUE", "ACTIONS", "ALLOWED", "CATEGORY"}
-                                    : Row{"NAME", "ID", "TYPE", "VALUE"});
-    }
+    explicit RowMaker(const std::set<long long>& marked) : _marked(marked) {}
 
     void add(const std::vector<HomeObject>& objects) {
         for (const HomeObject& object : objects) add(object, "", "");
@@ -81,16 +74,10 @@ class RowMaker {
 
   private:
     void add(const HomeObject& object, const std::string& first, const std::string& rest) {
-        Row row{first + printable(object.name), std::to_string(object.id), printable(object.type),
-                printable(value_with_label(object))};
-        if (_allColumns) {
-            if (_marked.contains(object.id)) row.back() += " *";
-            row.push_back(printable(joined(object.actions, " ")));
-            row.push_back(allowed_text(object));
-            row.push_back(printable(object.category));
-        }
-        if (object.shownElsewhere) row.front() += " (shown above)";
-        _rows.push_back(std::move(row));
+        _rows.push_back({first + printable(object.name) + (object.shownElsewhere ? " (shown above)" : ""),
+                         std::to_string(object.id), printable(object.type),
+                         printable(value_with_label(object)) + (_marked.contains(object.id) ? " *" : ""),
+                         printable(joined(object.actions, " ")), allowed_text(object), printable(object.category)});
         const std::size_t children = object.items.size() + object.contents.size();
         std::size_t count = 0;
         for (const auto* const list : {&object.items, &object.contents}) {
@@ -101,52 +88,26 @@ class RowMaker {
         }
     }
 
-    bool _allColumns;
     const std::set<long long>& _marked;
-    std::vector<Row> _rows;
+    std::vector<Row> _rows{{"NAME", "ID", "TYPE", "VALUE", "ACTIONS", "ALLOWED", "CATEGORY"}};
 };
 
-void collect_ids(const std::vector<HomeObject>& objects, std::set<long long>& seen, std::vector<long long>& ids) {
-    for (const HomeObject& object : objects) {
-        if (seen.insert(object.id).second) ids.push_back(object.id);
-        collect_ids(object.items, seen, ids);
-        collect_ids(object.contents, seen, ids);
+// Visits every object with its parts and contents, from the top of the tree.
+template <typename Objects, typename Visit>
+void walk(Objects& objects, const Visit& visit) {
+    for (auto& object : objects) {
+        visit(object);
+        walk(object.items, visit);
+        walk(object.contents, visit);
     }
-}
-
-void collect_values(const std::vector<HomeObject>& objects, std::map<long long, std::string>& values) {
-    for (const HomeObject& object : objects) {
-        values[object.id] = object.value;
-        collect_values(object.items, values);
-    }
-}
-
-void set_values(std::vector<HomeObject>& home, const std::map<long long, std::string>& values,
-                std::set<long long>& found) {
-    for (HomeObject& object : home) {
-        if (const auto news = values.find(object.id); news != values.end()) {
-            object.value = news->second;
-            found.insert(object.id);
-        }
-        set_values(object.items, values, found);
-        set_values(object.contents, values, found);
-    }
-}
-
-const HomeObject* find_object(const std::vector<HomeObject>& home, long long id) {
-    for (const HomeObject& object : home) {
-        if (object.id == id) return &object;
-        for (const auto* const list : {&object.items, &object.contents}) {
-            if (const HomeObject* const found = find_object(*list, id)) return found;
-        }
-    }
-    return nullptr;
 }
 
 void describe_objects(const std::vector<HomeObject>& news, const std::string& owner,
                       const std::vector<HomeObject>& home, std::vector<std::string>& lines) {
     for (HomeObject object : news) {
-        if (const HomeObject* const known = find_object(home, object.id)) object.labels = known->labels;
+        walk(home, [&object](const HomeObject& known) {
+            if (known.id == object.id) object.labels = known.labels;
+        });
         const std::string name = owner + (owner.empty() ? "" : " / ") + object.name;
         // A complex object has no value of its own worth a line; its parts have.
         if (object.items.empty() || !object.value.empty()) {
@@ -176,14 +137,7 @@ std::string value_with_label(const HomeObject& object) {
 }
 
 std::vector<Row> home_rows(const std::vector<HomeObject>& objects, const std::set<long long>& marked) {
-    RowMaker maker(true, marked);
-    maker.add(objects);
-    return maker.take();
-}
-
-std::vector<Row> status_rows(const std::vector<HomeObject>& objects) {
-    const std::set<long long> none;
-    RowMaker maker(false, none);
+    RowMaker maker(marked);
     maker.add(objects);
     return maker.take();
 }
@@ -191,15 +145,22 @@ std::vector<Row> status_rows(const std::vector<HomeObject>& objects) {
 std::vector<long long> all_ids(const std::vector<HomeObject>& objects) {
     std::set<long long> seen;
     std::vector<long long> ids;
-    collect_ids(objects, seen, ids);
+    walk(objects, [&](const HomeObject& object) {
+        if (seen.insert(object.id).second) ids.push_back(object.id);
+    });
     return ids;
 }
 
 std::set<long long> take_over_values(std::vector<HomeObject>& home, const std::vector<HomeObject>& news) {
     std::map<long long, std::string> values;
-    collect_values(news, values);
+    walk(news, [&](const HomeObject& object) { values[object.id] = object.value; });
     std::set<long long> found;
-    set_values(home, values, found);
+    walk(home, [&](HomeObject& object) {
+        if (const auto value = values.find(object.id); value != values.end()) {
+            object.value = value->second;
+            found.insert(object.id);
+        }
+    });
     return found;
 }
 

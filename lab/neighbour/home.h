@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "datagrams.h"
-#include "output.h"
+#include "neighbour/datagrams.h"
+#include "neighbour/output.h"
 
 namespace neighbour {
 
@@ -37,8 +37,6 @@ std::string value_with_label(const HomeObject& object);
 // Rows for table_lines(): a headline, then each object with its parts and contents below it as a tree. The values
 // of the IDs in `marked` get a star.
 std::vector<Row> home_rows(const std::vector<HomeObject>& objects, const std::set<long long>& marked = {});
-// The same with only what a status has: ID, type, name, value.
-std::vector<Row> status_rows(const std::vector<HomeObject>& objects);
 
 // IDs of all objects, parts and contents, each once, in the order of the tree.
 std::vector<long long> all_ids(const std::vector<HomeObject>& objects);

@@ -1,8 +1,9 @@
-#include "judge.h"
+#include "neighbour/judge.h"
 
+#include <array>
 #include <limits>
 
-#include "status.h"
+#include "neighbour/status.h"
 
 namespace neighbour {
 namespace {
@@ -76,33 +77,33 @@ Verdict judge_answer(std::string_view answer, const Json* request) {
 }
 
 std::string result_meaning(std::string_view function, long long result) {
-    switch (result) {
-        case 0:
-            return "success";
-        case 2:
-            return "unknown function, or a response where a request is expected";
-        case 3:
-            return function == "register" ? "not attached, not enabled or wrong token"
-                                          : "the controller could not read";
-        case 4:
-            return "communication mode not supported";
-        case 6:
-            return "socket failure";
-        case 10:
-            return function == "doaction" ? "nothing done, or the object is unknown or not registered" : "nothing done";
-        case 11:
-            return "not attached, not enabled or wrong token";
-        case 13:
-            return "the controller's database request failed";
-        case 16:
-            return function == "getstatus" ? "no object with a value was found" : "missing record, object or ID";
-        case 29:
-            return function == "attach" ? "wrong user or password" : "not attached, not enabled or wrong token";
-        case 30:
-            return "the controller's list of gateways is full";
-        default:
-            return "a code of the controller's services";
+    struct Meaning {
+        long long result;
+        std::string_view function;  // empty: any other
+        const char* text;
+    };
+    constexpr const char* unauthorised = "not attached, not enabled or wrong token";
+    constexpr std::array meanings = {
+        Meaning{0, "", "success"},
+        Meaning{2, "", "unknown function, or a response where a request is expected"},
+        Meaning{3, "register", unauthorised},
+        Meaning{3, "", "the controller could not read"},
+        Meaning{4, "", "communication mode not supported"},
+        Meaning{6, "", "socket failure"},
+        Meaning{10, "doaction", "nothing done, or the object is unknown or not registered"},
+        Meaning{10, "", "nothing done"},
+        Meaning{11, "", unauthorised},
+        Meaning{13, "", "the controller's database request failed"},
+        Meaning{16, "getstatus", "no object with a value was found"},
+        Meaning{16, "", "missing record, object or ID"},
+        Meaning{29, "attach", "wrong user or password"},
+        Meaning{29, "", unauthorised},
+        Meaning{30, "", "the controller's list of gateways is full"},
+    };
+    for (const Meaning& meaning : meanings) {
+        if (meaning.result == result && (meaning.function.empty() || meaning.function == function)) return meaning.text;
     }
+    return "a code of the controller's services";
 }
 
 }  // namespace neighbour

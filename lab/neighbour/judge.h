@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "datagrams.h"
+#include "neighbour/datagrams.h"
 
 namespace neighbour {
 

@@ -1,12 +1,12 @@
-#include "listener.h"
+#include "neighbour/listener.h"
 
-#include <netinet/in.h>
 #include <sys/socket.h>
 
 #include <cerrno>
 #include <cstring>
 
-#include "connection.h"
+#include "common/sockets.h"
+#include "neighbour/connection.h"
 
 namespace neighbour {
 namespace {
@@ -21,21 +21,10 @@ std::optional<Listener> Listener::open(std::uint16_t port, const TlsSettings& tl
         context = make_server_context(tls, problem);
         if (!context) return std::nullopt;
     }
-    Descriptor descriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    const int on = 1;
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_ANY);
-    socklen_t size = sizeof(address);
-    auto* const generic = reinterpret_cast<sockaddr*>(&address);
-    if (!descriptor.valid() || setsockopt(descriptor.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on)) < 0 ||
-        bind(descriptor.get(), generic, size) < 0 || listen(descriptor.get(), SOMAXCONN) < 0 ||
-        getsockname(descriptor.get(), generic, &size) < 0) {
-        problem = "cannot listen on port " + std::to_string(port) + ": " + std::strerror(errno);
-        return std::nullopt;
-    }
-    return Listener(std::move(descriptor), ntohs(address.sin_port), std::move(context));
+    Descriptor descriptor = lab::listen_on_port(port, lab::Reach::everyone, problem);
+    if (!descriptor.valid()) return std::nullopt;
+    const std::uint16_t bound = lab::port_of(descriptor);
+    return Listener(std::move(descriptor), bound, std::move(context));
 }
 
 std::string Listener::receive(std::chrono::milliseconds timeout, std::string& problem) const {

@@ -7,9 +7,9 @@
 #include <optional>
 #include <string>
 
-#include "descriptor.h"
-#include "settings.h"
-#include "tls.h"
+#include "cbase/descriptor.h"
+#include "neighbour/settings.h"
+#include "neighbour/tls.h"
 
 namespace neighbour {
 

@@ -11,11 +11,11 @@
 #include <utility>
 #include <vector>
 
-#include "commands.h"
-#include "session.h"
-#include "settings.h"
-#include "status.h"
-#include "watch.h"
+#include "neighbour/commands.h"
+#include "neighbour/session.h"
+#include "neighbour/settings.h"
+#include "neighbour/status.h"
+#include "neighbour/watch.h"
 
 namespace {
 

@@ -1,16 +1,11 @@
-#include "output.h"
+#include "neighbour/output.h"
 
 #include <algorithm>
 
+#include "common/table.h"
+#include "common/text.h"
+
 namespace neighbour {
-namespace {
-
-bool starts_character(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xc0U) != 0x80U;
-}
-
-}  // namespace
-
 std::string printable(std::string_view text) {
     constexpr std::string_view digits = "0123456789abcdef";
     std::string out;
@@ -31,41 +26,21 @@ std::string printable(std::string_view text) {
     return out;
 }
 
-std::size_t display_width(std::string_view text) {
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), starts_character));
-}
-
 std::string clipped(std::string_view text, std::size_t width) {
     std::size_t end = 0;
     for (std::size_t shown = 0; end < text.size(); ++end) {
-        if (starts_character(text[end]) && shown++ == width) break;
+        if (lab::starts_character(text[end]) && shown++ == width) break;
     }
     return std::string(text.substr(0, end));
 }
 
-std::vector<std::string> table_lines(const std::vector<Row>& rows) {
-    std::vector<std::size_t> widths;
-    std::vector<bool> used;
-    for (std::size_t row = 0; row < rows.size(); ++row) {
-        widths.resize(std::max(widths.size(), rows[row].size()));
-        used.resize(widths.size());
-        for (std::size_t column = 0; column < rows[row].size(); ++column) {
-            widths[column] = std::max(widths[column], display_width(rows[row][column]));
-            if (row > 0 && !rows[row][column].empty()) used[column] = true;
-        }
+std::vector<std::string> table_lines(std::vector<Row> rows) {
+    for (std::size_t column = rows.empty() ? 0 : rows.front().size(); column-- > 0;) {
+        const auto empty = [column](const Row& row) { return row.at(column).empty(); };
+        if (!std::all_of(rows.begin() + 1, rows.end(), empty)) continue;
+        for (Row& row : rows) row.erase(row.begin() + static_cast<std::ptrdiff_t>(column));
     }
-    std::vector<std::string> lines;
-    lines.reserve(rows.size());
-    for (const Row& row : rows) {
-        std::string line;
-        for (std::size_t column = 0; column < row.size(); ++column) {
-            if (!used[column]) continue;
-            line += row[column] + std::string(widths[column] - display_width(row[column]) + 2, ' ');
-        }
-        line.erase(line.find_last_not_of(' ') + 1);
-        lines.push_back(std::move(line));
-    }
-    return lines;
+    return lab::aligned(rows);
 }
 
 std::string joined(const std::vector<std::string>& texts, std::string_view separator) {

@@ -11,17 +11,13 @@ namespace neighbour {
 // Control characters become \xHH, so that a name from the wire cannot move the cursor or break a line.
 std::string printable(std::string_view text);
 
-// Characters as a terminal shows them (code points; wide ones count as one).
-std::size_t display_width(std::string_view text);
-
-// The first `width` characters.
+// The first `width` characters (code points; wide ones count as one).
 std::string clipped(std::string_view text, std::size_t width);
 
 using Row = std::vector<std::string>;
 
-// Lines of the table, columns two blanks apart. A column that is empty in each row after the first (the headings) is
-// left out.
-std::vector<std::string> table_lines(const std::vector<Row>& rows);
+// Lines of the table. A column that is empty in each row after the first (the headings) is left out.
+std::vector<std::string> table_lines(std::vector<Row> rows);
 
 std::string joined(const std::vector<std::string>& texts, std::string_view separator);
 

@@ -1,11 +1,11 @@
-#include "session.h"
+#include "neighbour/session.h"
 
 #include <algorithm>
 #include <iostream>
 
-#include "connection.h"
-#include "output.h"
-#include "status.h"
+#include "neighbour/connection.h"
+#include "neighbour/output.h"
+#include "neighbour/status.h"
 
 namespace neighbour {
 namespace {

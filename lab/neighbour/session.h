@@ -7,11 +7,11 @@
 #include <string_view>
 #include <vector>
 
-#include "datagrams.h"
-#include "home.h"
-#include "judge.h"
-#include "settings.h"
-#include "state.h"
+#include "neighbour/datagrams.h"
+#include "neighbour/home.h"
+#include "neighbour/judge.h"
+#include "neighbour/settings.h"
+#include "neighbour/state.h"
 
 namespace neighbour {
 

@@ -1,4 +1,4 @@
-#include "state.h"
+#include "neighbour/state.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -6,13 +6,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <limits>
-#include <sstream>
 
-#include "datagrams.h"
-#include "descriptor.h"
-#include "judge.h"
+#include "cbase/descriptor.h"
+#include "common/text.h"
+#include "neighbour/datagrams.h"
+#include "neighbour/judge.h"
 
 namespace neighbour {
 
@@ -27,10 +26,7 @@ std::string state_file(const Settings& settings) {
 }
 
 State load_state(const std::string& file) {
-    const std::ifstream in(file, std::ios::binary);
-    std::ostringstream text;
-    if (in) text << in.rdbuf();
-    const auto json = decode(text.str());
+    const auto json = decode(lab::file_text(file));
     if (!json) return {};
     State state{text_member(*json, "uid"), text_member(*json, "target"), text_member(*json, "token"), 0};
     const auto port = integer_member(*json, "listen_port").value_or(0);

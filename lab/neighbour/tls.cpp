@@ -1,4 +1,4 @@
-#include "tls.h"
+#include "neighbour/tls.h"
 
 #include <fcntl.h>
 #include <openssl/bio.h>

@@ -7,20 +7,18 @@
 #include <memory>
 #include <string>
 
-#include "settings.h"
+#include "cbase/cstylecode_tls.h"
+#include "neighbour/settings.h"
 
 namespace neighbour {
 
-struct FreeContext {
-    void operator()(SSL_CTX* context) const { SSL_CTX_free(context); }
-};
 struct FreeTls {
     void operator()(SSL* tls) const { SSL_free(tls); }
 };
 struct FreeSession {
     void operator()(SSL_SESSION* session) const { SSL_SESSION_free(session); }
 };
-using ContextPointer = std::unique_ptr<SSL_CTX, FreeContext>;
+using ContextPointer = SslContext;
 using TlsPointer = std::unique_ptr<SSL, FreeTls>;
 using SessionPointer = std::unique_ptr<SSL_SESSION, FreeSession>;
 

@@ -1,19 +1,20 @@
-#include "watch.h"
+#include "neighbour/watch.h"
 
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <iostream>
 
-#include "commands.h"
-#include "deadline.h"
-#include "home.h"
-#include "listener.h"
-#include "output.h"
-#include "status.h"
+#include "cbase/timedio.h"
+#include "neighbour/commands.h"
+#include "neighbour/home.h"
+#include "neighbour/listener.h"
+#include "neighbour/output.h"
+#include "neighbour/status.h"
 
 namespace neighbour {
 namespace {
@@ -42,10 +43,7 @@ class Screen {
     ~Screen() {
         if (_terminal) std::cout << "\033[?25h\033[?1049l" << std::flush;
     }
-    Screen(const Screen&) = delete;
-    Screen& operator=(const Screen&) = delete;
-    Screen(Screen&&) = delete;
-    Screen& operator=(Screen&&) = delete;
+    Screen(Screen&&) = delete;  // nor copied
 
     void redraw() {
         if (_terminal) drawTerminal();
@@ -103,13 +101,13 @@ bool follow(const Listener& listener, Screen& screen, std::vector<HomeObject>& h
     sigemptyset(&taken);
     for (const int signal : {SIGINT, SIGTERM, SIGWINCH}) sigaddset(&taken, signal);
     sigprocmask(SIG_BLOCK, &taken, &before);
-    const Deadline end(std::chrono::milliseconds(static_cast<std::int64_t>(options.seconds * 1000)));
-    const bool endless = options.seconds <= 0;
-    while (interrupted == 0 && std::cout && (endless || !end.passed())) {
+    const timedio::Deadline end = end_after(options.seconds);
+    while (interrupted == 0 && std::cout && timedio::Clock::now() < end) {
         pollfd wanted{listener.descriptor(), POLLIN, 0};
-        const int left = end.left();
-        const timespec patience{left / 1000, left % 1000 * 1000000L};
-        const int ready = ppoll(&wanted, 1, endless ? nullptr : &patience, &before);
+        const auto left = std::min<timedio::Clock::duration>(end - timedio::Clock::now(), std::chrono::hours(1));
+        const timespec patience{left / std::chrono::seconds(1),
+                                left % std::chrono::seconds(1) / std::chrono::nanoseconds(1)};
+        const int ready = ppoll(&wanted, 1, &patience, &before);
         if (ready < 0 && errno == EINTR) screen.redraw();
         if (ready <= 0) continue;
         std::string problem;

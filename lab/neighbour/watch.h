@@ -2,8 +2,8 @@
 // terminal.
 #pragma once
 
-#include "datagrams.h"
-#include "session.h"
+#include "neighbour/datagrams.h"
+#include "neighbour/session.h"
 
 namespace neighbour {
 

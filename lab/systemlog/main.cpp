@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -16,6 +15,9 @@
 #include <iostream>
 #include <string>
 #include <string_view>
+
+#include "cbase/descriptor.h"
+#include "common/sockets.h"
 
 namespace {
 
@@ -70,25 +72,6 @@ int complain(const std::string& what) {
     return 1;
 }
 
-int bind_log_socket(const std::string& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof(address.sun_path)) {
-        errno = ENAMETOOLONG;
-        return -1;
-    }
-    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    const int descriptor = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    if (descriptor < 0) return -1;
-    // Any user may log, as on a real machine.
-    if (bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) < 0 ||
-        chmod(path.c_str(), 0666) < 0) {
-        close(descriptor);
-        return -1;
-    }
-    return descriptor;
-}
-
 // Appends message after message; returns only when the socket or the file fails. The line goes out in one write, so
 // that a reader of the file never sees half of it.
 int serve(int log, int file) {
@@ -118,15 +101,17 @@ int run(int argc, char** argv) {
     app.add_option("--file", filePath, "file to append to")->capture_default_str();
     CLI11_PARSE(app, argc, argv)
 
-    const int file = open(filePath.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-    if (file < 0) return complain("cannot open " + filePath);
-    const int log = bind_log_socket(socketPath);
-    if (log < 0) return complain("cannot serve " + socketPath);
+    const Descriptor file(open(filePath.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
+    if (!file.valid()) return complain("cannot open " + filePath);
+    std::string problem;
+    const Descriptor log = lab::bind_to_path(socketPath, SOCK_DGRAM, problem);
+    // Any user may log, as on a real machine.
+    if (!log.valid() || chmod(socketPath.c_str(), 0666) < 0) return complain("cannot serve " + socketPath);
 
     std::cout << socketPath << std::endl;
     const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (nothing < 0 || dup2(nothing, STDOUT_FILENO) < 0) return complain("cannot close the standard output");
-    return serve(log, file);
+    return serve(log.get(), file.get());
 }
 
 }  // namespace

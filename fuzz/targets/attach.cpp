@@ -1,0 +1,8 @@
+#include "m2m/datagrams/attach.h"
+
+#include "datagramcheck.h"
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::check_datagram<M2MAttachRequestDatagram>(fuzz::text_of(data, size));
+    return 0;
+}
