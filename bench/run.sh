@@ -126,10 +126,10 @@ tls() { # ecdsa|rsa
     start_program
     one_status
     for version in 1.2 1.3; do
-        measure "get-status" "TLS $version, $1" --tls $version
-        measure_floor "get-status" "TLS $version, $1" --tls $version
-        measure "get-status" "TLS $version, $1, resumed" --tls $version --resume
-        measure_floor "get-status" "TLS $version, $1, resumed" --tls $version --resume
+        measure "get-status" "TLS $version $1" --tls $version
+        measure_floor "get-status" "TLS $version $1" --tls $version
+        measure "get-status" "TLS $version $1 resumed" --tls $version --resume
+        measure_floor "get-status" "TLS $version $1 resumed" --tls $version --resume
     done
     stop_program
 }
