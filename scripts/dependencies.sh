@@ -5,6 +5,8 @@
 #   scripts/dependencies.sh          to build, run and test
 #   scripts/dependencies.sh check    and what the format and lint checks need
 #   scripts/dependencies.sh fuzz     and what the fuzz targets need
+#   scripts/dependencies.sh armhf    and what builds and runs programs for 32-bit ARM
+#   scripts/dependencies.sh package  and what makes and checks packages
 set -euo pipefail
 
 packages=(g++ cmake ninja-build pkg-config libssl-dev libjansson-dev libsqlite3-dev libcli11-dev nlohmann-json3-dev
@@ -14,8 +16,10 @@ case ${1:-} in
 check) packages+=(clang-format clang-tidy shellcheck) ;;
 fuzz) packages+=(clang libclang-rt-14-dev) ;;
 bench) packages+=(libbenchmark-dev) ;;
+armhf) packages+=(g++-arm-linux-gnueabihf qemu-user) ;;
+package) packages+=(dpkg-dev lintian) ;;
 *)
-    echo "Usage: scripts/dependencies.sh [check|fuzz|bench]" >&2
+    echo "Usage: scripts/dependencies.sh [check|fuzz|bench|armhf|package]" >&2
     exit 2
     ;;
 esac

@@ -26,7 +26,7 @@ neighbour::Descriptor connect_to(std::uint16_t port) {
     const int on = 1;
     if (connect(connection.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
         setsockopt(connection.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on)) != 0)
-        return neighbour::Descriptor();
+        return {};
     return connection;
 }
 
