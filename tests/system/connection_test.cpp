@@ -223,7 +223,7 @@ class SilentPeers : public World {
         const std::string name = "slow" + std::to_string(held.port());
         const Json said = Json::parse(held.ask(Attach{.uid = name, .address = name}.text()));
         home("UPDATE KOVAD_NEIGHBOUR SET ENABLE_FLAG=1");
-        const std::string all = request("discovery", said["token"], R"("context_id":"10")", name);
+        std::string all = request("discovery", said["token"], R"("context_id":"10")", name);
         EXPECT_GT(held.ask(all).size(), 6'000'000U);
         return all;
     }

@@ -51,7 +51,7 @@ TEST_F(CoreCalls, LengthManagedOneMayComeInManySegments) {
     std::string more;
     for (int i = 6; i < 50; ++i) {
         const std::string tag = std::string(i < 10 ? "Param00" : "Param0") + std::to_string(i);
-        more += tag + " Length: 100\n" + tag + ": \n" + std::string(100, 'p') + "\n";
+        more.append(tag).append(" Length: 100\n").append(tag).append(": \n").append(100, 'p') += '\n';
     }
     const std::string text = replaced(replaced(good, "Waittime", more + "Waittime"), "Count: 6", "Count: 50");
     ASSERT_GT(text.size(), 4096U);

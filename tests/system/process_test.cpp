@@ -17,7 +17,7 @@ class StartUp : public World {
     static Child run(const Lines& arguments) {
         Lines command{programFile};
         command.insert(command.end(), arguments.begin(), arguments.end());
-        return Child(command, "/tmp/world/program.errors");
+        return {command, "/tmp/world/program.errors"};
     }
 };
 

@@ -47,6 +47,7 @@ Child::Child(std::vector<std::string> command, const std::string& errors, Standa
     posix_spawnattr_setsigdefault(&attributes, &all);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (std::string& word : command) arguments.push_back(word.data());
     arguments.push_back(nullptr);
     const int problem = posix_spawnp(&pid_, arguments[0], &actions, &attributes, arguments.data(), environ);

@@ -61,7 +61,7 @@ Program::Program(int port, const Lines& options, Child::Standard standard)
 }
 
 std::string Program::ask(std::string_view datagram) const {
-    const std::string said = exchange(port_, tls_, datagram).answer;
+    std::string said = exchange(port_, tls_, datagram).answer;
     if (!said.empty()) expectInOrder(said);
     return said;
 }
