@@ -74,6 +74,7 @@ measure() {
     local lines
     lines=$(wc -l <db.journal)
     local statements=$((lines / 6)) # five to warm up and one counted
+    # shellcheck disable=SC2094  # statements is a number here and a file there
     head -n "$statements" db.journal >statements
     bench_load --name "$scenario;$transport" --port $program_port --pid "$pid" --request request \
         --count $most --seconds "$seconds" "$@" | sed "s/\$/,$statements/"

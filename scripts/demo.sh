@@ -20,7 +20,7 @@ if [ -z "$build" ]; then
         echo "$build belongs to someone else: playing with what is built there."
     else
         echo "Building in $build; packages of Debian that are missing are installed first."
-        "$project/scripts/build.sh" dev
+        "$project/scripts/build.sh" dev m2mclientmanager dbmanager fsmcore home neighbour systemlog
     fi
 fi
 echo "Playing in a sandbox: own network, own files; nothing outside of it is touched."

@@ -173,7 +173,10 @@ std::optional<std::string> GtwHandler::receiveCallText(int fd) {
         const std::size_t start = libenvcore::find_call(received);
         const bool begun = start != std::string::npos;
         if (begun && static_cast<long>(received.size() - start) >= *announced) return received.substr(start);
-        if (!begun && received.size() > static_cast<std::size_t>(libenvcore::callLimit)) return std::nullopt;
+        if (!begun && received.size() > static_cast<std::size_t>(libenvcore::callLimit)) {
+            callNotRead(EMSGSIZE);
+            return std::nullopt;
+        }
         if (!receiveMore(fd, received, deadline)) return std::nullopt;
     }
 }
@@ -186,10 +189,13 @@ bool GtwHandler::receiveMore(int fd, std::string& received, timedio::Deadline de
         received.append(block.data(), static_cast<std::size_t>(count));
         return true;
     }
-    if (count == 0) errno = EPROTO;
-    setLastError("GtwHandler::run recv reading request [2] failed with error '%s', continuing for the next request",
-                 strerror(errno));
+    callNotRead(count == 0 ? EPROTO : errno);
     return false;
+}
+
+void GtwHandler::callNotRead(int reason) {
+    setLastError("GtwHandler::run recv reading request [2] failed with error '%s', continuing for the next request",
+                 strerror(reason));
 }
 
 // The core is answered before anything is done with its call, so it never waits for a neighbour. Other requests than

@@ -77,6 +77,7 @@ class GtwHandler {
     CallOutcome receiveCall();
     std::optional<std::string> receiveCallText(int fd);
     bool receiveMore(int fd, std::string& received, timedio::Deadline deadline);
+    void callNotRead(int reason);
     CallOutcome answerCall(Descriptor connection, const libenvcore::CoreCall& call);
     int dispatchCall(callfromcoreparametersnamespace::CallFromCoreParameters* parameters, int result);
     int serveGateway(const fd_set& ready, int result);

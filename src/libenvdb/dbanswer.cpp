@@ -58,6 +58,15 @@ std::vector<std::string_view> split_values(std::string_view text, std::size_t co
     return values;
 }
 
+// How many of the last bytes of `text`, not before `from`, may be the beginning of the payload's tag.
+std::size_t begun_tag(std::string_view text, std::size_t from) {
+    const std::string_view tail =
+        text.substr(std::max(from, text.size() - std::min(text.size(), payloadTag.size() - 1)));
+    for (std::size_t at = 0; at < tail.size(); ++at)
+        if (payloadTag.starts_with(tail.substr(at))) return tail.size() - at;
+    return 0;
+}
+
 }  // namespace
 
 AnswerCollector::State AnswerCollector::readLengthLine() {
@@ -85,14 +94,10 @@ AnswerCollector::State AnswerCollector::add(std::string_view bytes) {
     if (payloadStart_ == std::string::npos) {
         payloadStart_ = received_.find(payloadTag, searchFrom_);
         // The tag may be cut at the end of what has come.
-        if (payloadStart_ == std::string::npos && received_.size() >= searchFrom_ + payloadTag.size())
-            searchFrom_ = received_.size() - payloadTag.size() + 1;
-        // A tag that begins later than this begins no answer of the announced length, wherever the pieces were cut.
-        const auto latest = static_cast<std::size_t>(announced_);
-        const bool tooLate = payloadStart_ == std::string::npos
-                                 ? received_.size() - tagArea_ >= latest + payloadTag.size()
-                                 : payloadStart_ - tagArea_ > latest;
-        if (announced_ > 0 && tooLate) return State::malformed;
+        if (payloadStart_ == std::string::npos) searchFrom_ = received_.size() - begun_tag(received_, searchFrom_);
+        // A tag beyond the announced length begins no answer of that length, wherever the pieces were cut.
+        const std::size_t earliest = payloadStart_ == std::string::npos ? searchFrom_ : payloadStart_;
+        if (announced_ > 0 && earliest - tagArea_ >= static_cast<std::size_t>(announced_)) return State::malformed;
     }
     const std::size_t held = payloadStart_ == std::string::npos ? 0 : received_.size() - payloadStart_;
     return held >= static_cast<std::size_t>(announced_) ? State::complete : State::incomplete;

@@ -127,7 +127,6 @@ int M2MClientHandler::deleteFromDB() {
     setRunner(-1);
     setNeighbour(nullptr);
     setClientBrowser(nullptr);
-    setAttachArrived(false);  // nothing is on record any more: the watchdog ends a process that lives on
     return result::ok;
 }
 
@@ -187,6 +186,7 @@ int M2MClientHandler::socketAcceptWrapper(int listener) {
 }
 
 int M2MClientHandler::socketConnectWrapper(const std::string& address, int port) {
+    readDeadline_ = timedio::deadline_in(timedio::peerTimeout);
     if (!sslEnabled_) return make_internettcpclient_socket(address.c_str(), port, timedio::peerTimeout);
     SSL* session = nullptr;
     int withoutSession = -1;

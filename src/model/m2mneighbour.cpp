@@ -62,8 +62,9 @@ int M2MNeighbour::fillFromDB() {
     const auto answer =
         libenvdb::query("SELECT NL.* FROM KOVAD_NEIGHBOUR NL WHERE " + condition + ";", "m2mneighbour->fillFromDB");
     if (!answer) return result::dbRequestFailed;
-    const auto* first = libenvdb::first_row(*answer);
-    if (first == nullptr || !libenvdb::has_value(*first, "ID")) return result::missing;
+    // Columns are those of the table, in whatever case it names them.
+    const char* id = libenvdb::first_value_named(*answer, "ID");
+    if (id == nullptr || *id == '\0') return result::missing;
     for (const auto& [index, row] : answer->rows)
         for (const auto& item : row) setField(item.second, item.first);
     return result::ok;

@@ -87,6 +87,7 @@ TEST_F(CoreCalls, ComeBeforeADatagramThatWaitsWithThem) {
     program().child().signal(SIGCONT);
     EXPECT_EQ(readAll(caller), acknowledged);
     EXPECT_EQ(readAll(peer), response("after the call", 2, ""));
+    EXPECT_TRUE(program().child().prints("after the call"));
     const std::string output = program().child().output();
     EXPECT_LT(output.find("didReceiveCallFromCore"), output.find("after the call"));
 }

@@ -41,7 +41,7 @@ bool DatagramReader::load(std::size_t flags, LoadText wording) const {
     }
     const std::string masked = mask_passwords(text_);
     char* quoted = std::strstr(failure_.text, " near '");  // the loader's reason ends with a piece of the text
-    if (quoted != nullptr && may_hold_password(text_)) *quoted = '\0';
+    if (quoted != nullptr && masked != text_) *quoted = '\0';
     if (wording == LoadText::withReason) {
         error("%s error loading the JSON <%s> with error: %s", unit_, masked.c_str(), failure_.text);
     } else {

@@ -145,11 +145,12 @@ std::string mask_other(std::string_view text) {
     return out + std::string(text.substr(at));
 }
 
-}  // namespace
-
+// Most texts hold none, which is seen without parsing them.
 bool may_hold_password(const std::string& text) {
     return find_word(text, 0) != std::string::npos || text.find("\\u") != std::string::npos;
 }
+
+}  // namespace
 
 std::string mask_passwords(const std::string& text) {
     if (!may_hold_password(text)) return text;

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,11 @@ struct Case {
     std::string value;
     std::string result;  // empty: refused for its value
 };
+
+// Names the case in the test's own name, which would hold addresses otherwise.
+void PrintTo(const Case& c, std::ostream* out) {
+    *out << c.action << ' ' << c.value << " on " << c.current;
+}
 
 class ActionCases : public testing::TestWithParam<Case> {};
 

@@ -2,6 +2,7 @@
 #include "dbmanager/dbprotocol.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <string>
@@ -51,7 +52,7 @@ class DbAnswers : public testing::Test {
     }
 
   private:
-    std::string path_ = testing::TempDir() + "dbprotocol_test.db";
+    std::string path_ = testing::TempDir() + "dbprotocol_test." + std::to_string(getpid()) + ".db";
 };
 
 TEST_F(DbAnswers, RowsComeQuotedBehindLabelsOfFixedLength) {

@@ -34,6 +34,13 @@ TEST(AnswerCollector, SeesFromTheFirstBytesWhatIsNoAnswer) {
     for (const std::string text : cases(__FILE__, "malformed"))
         EXPECT_EQ(AnswerCollector().add(text), State::malformed) << text;
     EXPECT_EQ(AnswerCollector().add("Response payload length: " + std::string(1000, '0')), State::malformed);
+    // Whoever announces 20 bytes and sends 20 without an answer in them is not waited for, but for a tag that has
+    // begun.
+    const std::string announced = "Response payload length: 20\n";
+    EXPECT_EQ(AnswerCollector().add(announced + std::string(19, 'x')), State::incomplete);
+    EXPECT_EQ(AnswerCollector().add(announced + std::string(20, 'x')), State::malformed);
+    EXPECT_EQ(AnswerCollector().add(announced + std::string(17, 'x') + "Resp"), State::incomplete);
+    EXPECT_EQ(AnswerCollector().add(announced + std::string(20, 'x') + "Response: "), State::malformed);
     AnswerCollector noTag;  // a service that never comes to the point must not fill the memory
     noTag.add("Response payload length: 20\n");
     int megabytes = 0;
