@@ -1,6 +1,7 @@
 // Connections and datagrams as neighbours should not make them, and what the program does about them.
 
 #include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <csignal>
@@ -92,14 +93,36 @@ TEST_F(Datagrams, LongerThanOneReadIsCutAndTheAnswerReachesASlowPeer) {
     for (const std::size_t size : {65535U, 65536U, 65537U, 200000U, 3000000U}) {
         std::string text = request("padded", "t");
         text.insert(text.size() - 1, std::string(size - text.size(), ' '));
-        program().child().signal(SIGSTOP);  // everything is there before the one read
-        const auto peer = dial(program().port());
-        auto sending = std::async(std::launch::async, [&] { sendBytes(peer, text); });
-        sending.wait_for(200ms);
-        program().child().signal(SIGCONT);
-        program().settle();
-        EXPECT_EQ(readAll(peer), size <= 65536 ? response("padded", 2, "") : rejection()) << size;
-        sending.wait();
+        EXPECT_EQ(program().askAtOnce(text), size <= 65536 ? response("padded", 2, "") : rejection()) << size;
+    }
+}
+
+// The connection waits, and the process does not spin for it.
+TEST_F(Datagrams, WaitWhileTheProcessHasNoDescriptorLeft) {
+    start({"--noSSL"});
+    const pid_t pid = program().child().pid();
+    rlimit before{};
+    ASSERT_EQ(prlimit(pid, RLIMIT_NOFILE, nullptr, &before), 0);
+    const rlimit none{1, before.rlim_max};
+    ASSERT_EQ(prlimit(pid, RLIMIT_NOFILE, &none, nullptr), 0);
+    const auto peer = dial(program().port());
+    sendBytes(peer, request("x", ""));
+    const std::string refused = unit + "accept failed with error 'Too many open files'";
+    EXPECT_TRUE(program().child().prints(refused));
+    std::this_thread::sleep_for(350ms);
+    const std::string output = program().child().output();
+    std::size_t times = 0;
+    for (std::size_t at = 0; (at = output.find(refused, at)) != std::string::npos; ++at) ++times;
+    EXPECT_LE(times, 5U);
+    ASSERT_EQ(prlimit(pid, RLIMIT_NOFILE, &before, nullptr), 0);
+    EXPECT_EQ(readAll(peer), response("x", 2, ""));
+}
+
+TEST_F(Datagrams, AndCallsMayQueueUpTo64) {
+    start();
+    for (const int port : {program().port(), program().callPort()}) {
+        const std::string command = "test $(ss -Hltn sport = :" + std::to_string(port) + " | awk '{print $3}') = 64";
+        EXPECT_EQ(std::system(command.c_str()), 0) << port;
     }
 }
 

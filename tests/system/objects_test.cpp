@@ -213,11 +213,9 @@ TEST_F(Objects, OddRowsAreShownAsWellAsCanBe) {
 TEST_F(Objects, FiveThousandAreDiscoveredAndReadInOneAnswer) {
     home(
         "INSERT INTO KOVAD_OBJECT (ID, NAME, TYPE, PHPCLASS, RENDERING_ID, CURRENT_VALUE, IS_DISCOVERABLE, "
-        "IS_REMOTABLE, "
-        "IS_VISIBLE) WITH RECURSIVE N(I) AS (SELECT 10001 UNION ALL SELECT I+1 FROM N WHERE I<15000) SELECT I, 'light "
-        "' "
-        "|| I, 'QUOROBJ', 'kovaSwitch', 1, '0', 1, 1, 1 FROM N; INSERT INTO KOVAD_OBJECT_RELATION (PARENTOBJ_ID, "
-        "CHILDOBJ_ID) SELECT 900, ID FROM KOVAD_OBJECT WHERE ID>10000");
+        "IS_REMOTABLE, IS_VISIBLE) WITH RECURSIVE N(I) AS (SELECT 10001 UNION ALL SELECT I+1 FROM N WHERE I<15000) "
+        "SELECT I, 'light ' || I, 'QUOROBJ', 'kovaSwitch', 1, '0', 1, 1, 1 FROM N; INSERT INTO KOVAD_OBJECT_RELATION "
+        "(PARENTOBJ_ID, CHILDOBJ_ID) SELECT 900, ID FROM KOVAD_OBJECT WHERE ID>10000");
     const Json said = Json::parse(discover("900"));
     ASSERT_EQ(said["objects"].size(), 5000U);
     EXPECT_EQ(said["objects"][4999]["name"], "light 15000");
@@ -231,7 +229,8 @@ TEST_F(Objects, FiveThousandAreDiscoveredAndReadInOneAnswer) {
     std::string list;
     for (int id = 10001; id <= 14500; ++id)
         list += (list.empty() ? "" : ",") + (R"({"id":)" + std::to_string(id)) + "}";
-    EXPECT_EQ(Json::parse(send("getstatus", R"("objects":[)" + list + "]"))["objects"].size(), 4500U);
+    const std::string asked = request("getstatus", token, R"("objects":[)" + list + "]");
+    EXPECT_EQ(Json::parse(program().askAtOnce(asked))["objects"].size(), 4500U);
     EXPECT_GT(statements().back().size(), 4500U * 6);
 }
 

@@ -66,6 +66,18 @@ std::string Program::ask(std::string_view datagram) const {
     return said;
 }
 
+std::string Program::askAtOnce(std::string_view datagram) {
+    child_.signal(SIGSTOP);
+    const auto peer = dial(port_);
+    auto sending = std::async(std::launch::async, [&] { sendBytes(peer, datagram); });
+    sending.wait_for(200ms);
+    child_.signal(SIGCONT);
+    settle();  // an answer must wait for a slow peer
+    std::string said = readAll(peer);
+    sending.wait();
+    return said;
+}
+
 std::string Program::call(std::string_view bytes) const {
     const auto connection = dial(callPort_);
     sendBytes(connection, bytes);

@@ -33,6 +33,8 @@ class Program {
 
     // One datagram on a connection of its own; what came back, possibly nothing.
     std::string ask(std::string_view datagram) const;
+    // The same without TLS, of any size: it is all there before the one read.
+    std::string askAtOnce(std::string_view datagram);
     // Bytes to the commands endpoint; what came back.
     std::string call(std::string_view bytes) const;
     // Ends it by SIGTERM; it must leave with status 0.

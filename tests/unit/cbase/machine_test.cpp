@@ -16,10 +16,12 @@
 #include <csignal>
 #include <fstream>
 #include <limits>
+#include <memory>
 #include <thread>
 
 #include "cbase/cstylecode_identity.h"
 #include "cbase/cstylecode_sockets.h"
+#include "cbase/cstylecode_tls.h"
 #include "cbase/descriptor.h"
 #include "cbase/logging.h"
 #include "cbase/m2mutil.h"
@@ -110,6 +112,28 @@ TEST(Network, IdentityIsThatOfEth0) {
     ASSERT_EQ(getlocalrawmac(&raw), 0);
     EXPECT_STREQ(XText(convert_bytearraytohexstring(raw, 6)).get(), "021122334455");
     xfree(raw);
+}
+
+// Clients that take no tickets are remembered here, and a flood of them must not fill the memory.
+TEST(Network, ServerKeeps32SessionsBesidesTickets) {
+    const SslContext server(init_SSLsocket_server_context("/web/key/m2mserver.pem", "/web/key/m2mserver.key"));
+    const SslContext client(init_SSLsocket_client_context());
+    SSL_CTX_set_max_proto_version(client.get(), TLS1_2_VERSION);
+    SSL_CTX_set_options(client.get(), SSL_OP_NO_TICKET);
+    for (int i = 0; i < 40; ++i) {
+        const std::unique_ptr<SSL, decltype(&SSL_free)> ends[] = {{SSL_new(client.get()), SSL_free},
+                                                                  {SSL_new(server.get()), SSL_free}};
+        BIO* wires[2] = {};
+        ASSERT_EQ(BIO_new_bio_pair(&wires[0], 0, &wires[1], 0), 1);
+        for (const int end : {0, 1}) SSL_set_bio(ends[end].get(), wires[end], wires[end]);
+        SSL_set_connect_state(ends[0].get());
+        SSL_set_accept_state(ends[1].get());
+        for (int flight = 0; flight < 8; ++flight) SSL_do_handshake(ends[flight % 2].get());
+        ASSERT_EQ(SSL_is_init_finished(ends[1].get()), 1);
+        for (const auto& end : ends) SSL_shutdown(end.get());
+    }
+    EXPECT_LE(SSL_CTX_sess_number(server.get()), 32);
+    EXPECT_GE(SSL_CTX_sess_number(server.get()), 31);  // the library makes room before it adds one
 }
 
 TEST(Network, SearchesComeBackOnlyWhenLooped) {

@@ -3,12 +3,14 @@
 
 #include <cstring>
 #include <map>
+#include <set>
 #include <string>
 
 #include "cbase/cstylecode_identity.h"
 #include "cbase/m2mutil.h"
 #include "cbase/memory.h"
 #include "cbase/numbers.h"
+#include "cbase/random.h"
 #include "cbase/tokenize.h"
 #include "support/catching.h"
 
@@ -74,6 +76,13 @@ TEST(Encodings, OfTextsAndBytesAreExact) {
     for (const char* text : {"||a=1||b|", "|||", ""}) tokenize(text, tokens, "|");
     tokenize("x, y", tokens, ", ");
     EXPECT_EQ(tokens, (Texts{"first", "a=1", "b", "x", "y"}));
+}
+
+TEST(RandomCharacters, AreAllFrom0To127) {
+    std::set<char> drawn;
+    for (int i = 0; i < 10'000; ++i) drawn.insert(random_character());
+    EXPECT_EQ(drawn.size(), 128U);
+    EXPECT_EQ(*drawn.begin(), 0);  // and so none is negative
 }
 
 }  // namespace

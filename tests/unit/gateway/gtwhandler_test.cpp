@@ -118,6 +118,13 @@ TEST_F(Loop, SignalDuringSelectIsAFailedCycle) {
     EXPECT_STREQ(loop.getLastError(), "GtwHandler::run select failed with error 'Interrupted system call'");
 }
 
+// select() can watch no others: adding one would write past its set.
+TEST_F(Loop, WatchesDescriptorsBelow1024Only) {
+    EXPECT_EQ(loop.addGateway(1024, &first), -1);
+    first.makeReadable();
+    EXPECT_EQ(turn(), 200);
+}
+
 TEST_F(Loop, HoldsTwentyGatewaysAndClosesTheGapOfARemovedOne) {
     for (int i = 2; i < 20; ++i) EXPECT_EQ(loop.addGateway(first.fd(), nullptr), 0);
     EXPECT_EQ(loop.addGateway(first.fd(), &first), 30);

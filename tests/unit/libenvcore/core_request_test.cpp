@@ -1,8 +1,12 @@
 // Requests to a core, over its real socket.
 #include "libenvcore/core_request.h"
 
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <string>
 
+#include "cbase/result.h"
 #include "libenvcore/coremessages.h"
 #include "libenvcore/fsmcoreutil.h"
 #include "support/services.h"
@@ -53,6 +57,29 @@ TEST_F(CoreRequest, RepliesBecomeStatusAndParameters) {
     step("no reply", [&] { return request.run() * request.get_coreserviceresponsestatus(); });
 }
 
+TEST_F(CoreRequest, RepliesAndAnswersBeyondTheirSizeAreCut) {
+    const auto reply = [](std::size_t size) {
+        const std::string parameter = std::to_string(size) + "\nParam000:\n" + std::string(size, 'v');
+        return "Response Status: FSMC-000\nParameter Count: 1\nParam000 Length: " + parameter + "\n";
+    };
+    const std::size_t fits = 1024 - (reply(900).size() - 900);
+    for (const auto& [size, status] : {std::pair(fits, 0), std::pair(fits + 2, result::malformedReply)}) {
+        replyNext(Texts{reply(size)});
+        prepare([&, expected = status] {
+            EXPECT_EQ(fsmcore_request(coreSocketPath, "F", 0, nullptr, nullptr, nullptr, "5"), expected);
+        });
+    }
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+    const Descriptor caller(ends[0]);
+    std::string value(2000, 'v');
+    char* parameters[] = {value.data()};
+    EXPECT_EQ(fsmcore_response(ends[1], 0, 1, parameters), 0);
+    close(ends[1]);
+    char answer[4096];
+    EXPECT_EQ(recv(caller.get(), answer, sizeof answer, MSG_WAITALL), 1023);
+}
+
 TEST_F(CoreRequest, CoreThatIsDownIsTriedFiveTimes) {
     core_request request("/TMP/kova_variables/sockets/kova_fsmcore.socket", "F");  // case counts for files alone
     const Texts messages = messages_of([&] { EXPECT_EQ(request.run(), -1); });
@@ -69,7 +96,8 @@ TEST_F(CoreRequest, LengthManagedRepliesMayComeInPieces) {
                                          {{reply}, 8},
                                          {{"LengthResponseIs: x\n" + reply}, 8},
                                          {{line + "short"}, 8},
-                                         {{"LengthResponseIs: -1\n"}, 8}}) {
+                                         {{"LengthResponseIs: -1\n"}, 8},
+                                         {{"LengthResponseIs: 1048577\n" + reply}, 8}}) {
         replyNext(pieces);
         int result = 0;
         messages_of(

@@ -70,6 +70,20 @@ TEST(ParseSelect, GoesByTheLengthsOfLabelsAndByCommas) {
             << c;
 }
 
+TEST(ParseSelect, HoldsNoMoreThanTheAnswerHasBytesFor) {
+    std::string header = "'C'";
+    for (int i = 1; i < 600; ++i) header += ",'C'";
+    const std::string fields = "\nFields   : " + header + "\n";
+    std::string error;
+    const auto wide = libenvdb::parse_select("Response: FSMC-000\nNum rows: 2" + fields + "Row 00000: '1'\n", error);
+    ASSERT_TRUE(wide);
+    EXPECT_EQ(wide->columns.size(), 512U);
+    const std::string empty = "Response: FSMC-000\nNum rows: 100000" + fields + std::string(99'999, '\n');
+    const auto rows = libenvdb::parse_select(empty, error);
+    ASSERT_TRUE(rows);
+    EXPECT_EQ(rows->rows.size(), empty.size() / 512);
+}
+
 TEST(ValidateQuery, LastKindInTheListWinsWhereverItStands) {
     libenvdb::db_request request(1, "SELECT 1");
     EXPECT_STREQ(request.get_last_error(), "db_request::db_request error database service port <1> unsupported");
