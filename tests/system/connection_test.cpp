@@ -1,7 +1,6 @@
 // Connections and datagrams as neighbours should not make them, and what the program does about them.
 
 #include <netinet/in.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <csignal>
@@ -95,27 +94,6 @@ TEST_F(Datagrams, LongerThanOneReadIsCutAndTheAnswerReachesASlowPeer) {
         text.insert(text.size() - 1, std::string(size - text.size(), ' '));
         EXPECT_EQ(program().askAtOnce(text), size <= 65536 ? response("padded", 2, "") : rejection()) << size;
     }
-}
-
-// The connection waits, and the process does not spin for it.
-TEST_F(Datagrams, WaitWhileTheProcessHasNoDescriptorLeft) {
-    start({"--noSSL"});
-    const pid_t pid = program().child().pid();
-    rlimit before{};
-    ASSERT_EQ(prlimit(pid, RLIMIT_NOFILE, nullptr, &before), 0);
-    const rlimit none{1, before.rlim_max};
-    ASSERT_EQ(prlimit(pid, RLIMIT_NOFILE, &none, nullptr), 0);
-    const auto peer = dial(program().port());
-    sendBytes(peer, request("x", ""));
-    const std::string refused = unit + "accept failed with error 'Too many open files'";
-    EXPECT_TRUE(program().child().prints(refused));
-    std::this_thread::sleep_for(350ms);
-    const std::string output = program().child().output();
-    std::size_t times = 0;
-    for (std::size_t at = 0; (at = output.find(refused, at)) != std::string::npos; ++at) ++times;
-    EXPECT_LE(times, 5U);
-    ASSERT_EQ(prlimit(pid, RLIMIT_NOFILE, &before, nullptr), 0);
-    EXPECT_EQ(readAll(peer), response("x", 2, ""));
 }
 
 TEST_F(Datagrams, AndCallsMayQueueUpTo64) {

@@ -3,6 +3,7 @@
 // outside by the system tests.
 #include <gtest/gtest.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
@@ -92,6 +93,24 @@ TEST_F(TimedIo, SendDeliversAllToASlowReaderAndGivesUpOnOneThatStopped) {
     EXPECT_EQ(timedio::send_all(ours.get(), large.data(), large.size(), deadline_in(timedio::peerTimeout)), 30'000'000);
     ours.reset();
     EXPECT_GT(reading.get(), large.size());  // with what went before
+}
+
+// The connection waits in the queue and stays readable, so a loop around would spin.
+TEST_F(TimedIo, AcceptingWithoutADescriptorLeftTakesAWhile) {
+    theirs.reset(make_internettcpclient_socket("127.0.0.1", port));
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none{1, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    const auto begin = timedio::Clock::now();
+    const int refused = timedio::accept_connection(listener.get());
+    const int reason = errno;
+    const auto end = timedio::Clock::now();
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(refused, -1);
+    EXPECT_EQ(reason, EMFILE);
+    EXPECT_GE(end - begin, milliseconds(100));
+    EXPECT_TRUE(Descriptor(timedio::accept_connection(listener.get())).valid());
 }
 
 // Closing with unread bytes would reset the connection and could destroy what was just written.
