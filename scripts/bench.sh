@@ -9,7 +9,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 seconds=${1:-3}
 build=build/bench
 scripts/dependencies.sh bench
-[ -f $build/build.ninja ] || cmake --preset bench
+cmake --preset bench >/dev/null
 cmake --build $build | tail -n 1
 
 figures=$(mktemp)

@@ -75,16 +75,14 @@ int complain(const std::string& what) {
 // Appends message after message; returns only when the socket or the file fails. The line goes out in one write, so
 // that a reader of the file never sees half of it.
 int serve(int log, int file) {
-    std::string message;
+    std::array<char, 65536> message;  // syslog(3) sends no longer ones
     for (;;) {
-        const ssize_t size = recv(log, nullptr, 0, MSG_PEEK | MSG_TRUNC);
+        const ssize_t size = recv(log, message.data(), message.size(), 0);
         if (size < 0) {
             if (errno == EINTR) continue;
             return complain("cannot receive");
         }
-        message.resize(static_cast<std::size_t>(size));
-        if (recv(log, message.data(), message.size(), 0) < 0) return complain("cannot receive");
-        const std::string line = one_line(decode_priority(message));
+        const std::string line = one_line(decode_priority({message.data(), static_cast<std::size_t>(size)}));
         if (write(file, line.data(), line.size()) < 0) return complain("cannot write");
     }
 }

@@ -37,7 +37,6 @@ SslContext new_context(const SSL_METHOD* method) {
         return nullptr;
     }
     SSL_CTX_set_verify(context.get(), SSL_VERIFY_NONE, verify_X509_certificate);
-    SSL_CTX_set_mode(context.get(), SSL_MODE_RELEASE_BUFFERS);
     // Each record comes back to the deadline: a peer could otherwise keep a read busy with records that carry no data.
     SSL_CTX_clear_mode(context.get(), SSL_MODE_AUTO_RETRY);
     return context;

@@ -27,8 +27,7 @@ int M2MClientHandler::handleDiscoveryRequest(M2MDiscoveryRequestDatagram* reques
         code = result::ok;
     }
     addressResponse(response, *request, currentToken(), code);
-    const Json json(response.encodeJSON());
-    const int sent = announceAndSend(dump(json.get()), fd, operation, atLeastNothing);
+    const int sent = announceAndSend(response.encodeText(), fd, operation, atLeastNothing);
     return sent == result::ok ? code : sent;
 }
 

@@ -1,5 +1,7 @@
 #include "m2m/datagrams/discovery.h"
 
+#include <utility>
+
 #include "cbase/jsontext.h"
 #include "cbase/logging.h"
 #include "cbase/numbers.h"
@@ -49,19 +51,61 @@ void M2MDiscoveryResponseDatagram::setObjectList(const M2MRemotableObject::List*
     objects_ = objects == nullptr ? nullptr : std::make_unique<M2MRemotableObject::List>(*objects);
 }
 
-json_t* M2MDiscoveryResponseDatagram::encodeJSON() const {
-    constexpr const char* unit = "m2mdiscoveryresponsedatagram->encodeJSON";
-    Json object(M2MResponseDatagram::encodeJSON());
-    if (!object || !add_member(object.get(), "context_id", json_integer(contextId_), unit)) return object.release();
-    Json array(json_array());
-    if (objects_)
-        for (const auto& entry : *objects_) {
-            if (!entry) continue;
-            if (json_array_append_new(array.get(), entry->encodeJSON()) != 0) {
-                error("m2mdiscoveryresponsedatagram->encodeJSON error adding object <%ld>", entry->getID());
-                return object.release();
-            }
+namespace {
+
+constexpr const char* encoding = "m2mdiscoveryresponsedatagram->encodeJSON";
+constexpr const char* objectsKey = "objects";
+
+// Hands each object of the list, encoded, to `take`. False when one cannot be encoded.
+template <class Take>
+bool encode_each(const M2MRemotableObject::List* objects, const Take& take) {
+    if (objects == nullptr) return true;
+    for (const auto& entry : *objects) {
+        if (!entry) continue;
+        Json encoded(entry->encodeJSON());
+        if (!encoded) {
+            error("%s error adding object <%ld>", encoding, entry->getID());
+            return false;
         }
-    add_member(object.get(), "objects", array.release(), unit);
+        take(std::move(encoded));
+    }
+    return true;
+}
+
+}  // namespace
+
+Json M2MDiscoveryResponseDatagram::encodeHead(bool& complete) const {
+    Json head(M2MResponseDatagram::encodeJSON());
+    complete = head && add_member(head.get(), "context_id", json_integer(contextId_), encoding);
+    return head;
+}
+
+json_t* M2MDiscoveryResponseDatagram::encodeJSON() const {
+    bool complete = false;
+    Json object = encodeHead(complete);
+    Json array(json_array());
+    const auto append = [&array](Json encoded) { json_array_append_new(array.get(), encoded.release()); };
+    if (complete && encode_each(objects_.get(), append))
+        add_member(object.get(), objectsKey, array.release(), encoding);
     return object.release();
+}
+
+std::string M2MDiscoveryResponseDatagram::encodeText() const {
+    bool complete = false;
+    const Json head = encodeHead(complete);
+    std::string text = dump(head.get());
+    if (!complete) return text;
+    const std::size_t end = text.size() - 1;  // of what is left when an object cannot be encoded
+    text.resize(end);
+    text.append(",\"").append(objectsKey).append("\":[");
+    const char* separator = "";
+    const auto append = [&text, &separator](const Json& encoded) {
+        text.append(std::exchange(separator, ",")).append(dump(encoded.get()));
+    };
+    if (encode_each(objects_.get(), append)) {
+        text += ']';
+    } else {
+        text.resize(end);
+    }
+    return text += '}';
 }

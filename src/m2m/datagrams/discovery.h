@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "cbase/jsontext.h"
 #include "m2m/datagrams/datagram.h"
 #include "model/m2mremotableobject.h"
 
@@ -40,6 +41,8 @@ class M2MDiscoveryResponseDatagram : public M2MResponseDatagram {
     // "context_id" and "objects" after the envelope; an object that cannot be encoded is logged and ends the datagram
     // without "objects".
     json_t* encodeJSON() const;
+    // The same as text, with one object's JSON in memory at a time: a home of thousands has megabytes of it.
+    std::string encodeText() const;
 
     long getContextId() const { return contextId_; }
     void setContextId(long id) { contextId_ = id; }
@@ -49,6 +52,9 @@ class M2MDiscoveryResponseDatagram : public M2MResponseDatagram {
     void setObjectList(const M2MRemotableObject::List* objects);
 
   private:
+    // The envelope and "context_id"; `complete` tells whether both are there.
+    Json encodeHead(bool& complete) const;
+
     long contextId_ = -1;
     std::unique_ptr<M2MRemotableObject::List> objects_;
 };

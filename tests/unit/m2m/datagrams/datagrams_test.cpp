@@ -163,6 +163,18 @@ TEST(Encoding, AttachRequestWritesOptionsInOrderAndNoMode) {
                   R"("protocolversion":0,"ipaddress":"","ipport":0,"options":{"a":"2","b":"1"}})");
 }
 
+TEST(Encoding, DiscoveryResponseIsTheSameAsTextMadePieceByPiece) {
+    M2MRemotableObject::List objects;
+    for (const int count : {0, 1, 2}) {
+        const M2MDiscoveryResponseDatagram response("s", count == 1 ? "\xE9" : "t", "response", "discovery", "k", 0, 10,
+                                                    &objects, "m");
+        messages_of([&] { EXPECT_EQ(response.encodeText(), wire(response.encodeJSON())); });
+        EXPECT_NE(response.encodeText().find("\"objects\":["), std::string::npos);
+        objects.push_back(std::make_shared<M2MRemotableObject>());
+        objects.push_back(nullptr);
+    }
+}
+
 TEST(Encoding, DoActionRequestWritesActionsOnTheObjectAndEmptyItems) {
     M2MDoActionRequestDatagram request;
     for (const auto& [id, value] : {std::pair{1, "a"}, {1, "b"}, {2, "c"}, {1, "d"}}) {
