@@ -75,7 +75,7 @@ int EventLoop::until_next_timer() const {
     const auto left = timers_.begin()->first.first - Clock::now();
     // Rounded up, so that the loop does not turn idly through the last millisecond.
     const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(left).count();
-    return static_cast<int>(std::clamp<long>(milliseconds, 0, 60'000));
+    return static_cast<int>(std::clamp<long long>(milliseconds, 0, 60'000));
 }
 
 void EventLoop::run_due_timers() {

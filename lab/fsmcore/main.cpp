@@ -60,7 +60,7 @@ int serve(const Options& options) {
 int main(int argc, char** argv) {
     try {
         Options options;
-        long restart_delay = options.runners.restart_delay.count();
+        long long restart_delay = options.runners.restart_delay.count();
         CLI::App app("The controller's core service: logins, actions on the home's objects, runners.\n");
         app.add_option("--database", options.database, "the SQLite file that dbmanager serves")->capture_default_str();
         app.add_option("--socket", options.socket, "Unix-domain socket; its folders are made")->capture_default_str();

@@ -105,8 +105,9 @@ bool follow(const Listener& listener, Screen& screen, std::vector<HomeObject>& h
     while (interrupted == 0 && std::cout && timedio::Clock::now() < end) {
         pollfd wanted{listener.descriptor(), POLLIN, 0};
         const auto left = std::min<timedio::Clock::duration>(end - timedio::Clock::now(), std::chrono::hours(1));
-        const timespec patience{left / std::chrono::seconds(1),
-                                left % std::chrono::seconds(1) / std::chrono::nanoseconds(1)};
+        using Nanoseconds = std::chrono::duration<long, std::nano>;
+        const timespec patience{std::chrono::duration_cast<std::chrono::duration<time_t>>(left).count(),
+                                std::chrono::duration_cast<Nanoseconds>(left % std::chrono::seconds(1)).count()};
         const int ready = ppoll(&wanted, 1, &patience, &before);
         if (ready < 0 && errno == EINTR) screen.redraw();
         if (ready <= 0) continue;

@@ -87,6 +87,20 @@ TEST_F(Datagrams, InTwoSegmentsIsSeenAsItsFirstPartOnly) {
     }
 }
 
+TEST_F(Datagrams, CutAtEveryLengthAreAnsweredAndLeaveNothingBehind) {
+    const std::string whole = request("discovery", "t", R"("context_id":"10")");
+    for (const Lines& options : {Lines{}, Lines{"--noSSL"}}) {
+        start(options);
+        ask(whole);
+        const std::size_t descriptors = program().child().descriptors();
+        for (std::size_t length = 1; length < whole.size(); ++length)
+            EXPECT_EQ(ask(whole.substr(0, length)), rejection()) << length;
+        EXPECT_EQ(Json::parse(ask(whole))["result"], 29);
+        EXPECT_TRUE(eventually([&] { return program().child().descriptors() <= descriptors; }));
+        stop();
+    }
+}
+
 TEST_F(Datagrams, LongerThanOneReadIsCutAndTheAnswerReachesASlowPeer) {
     start({"--noSSL"});
     for (const std::size_t size : {65535U, 65536U, 65537U, 200000U, 3000000U}) {

@@ -6,6 +6,26 @@ using namespace harness;
 
 namespace {
 
+// That what happens in between leaves neither descriptors nor memory behind.
+class Footprint {
+  public:
+    explicit Footprint(const Child& child)
+        : child_(child), descriptors_(child.descriptors()), kilobytes_(child.residentKilobytes()) {}
+    Footprint(const Footprint&) = delete;
+    Footprint& operator=(const Footprint&) = delete;
+    ~Footprint() {
+        EXPECT_TRUE(eventually([this] { return child_.descriptors() <= descriptors_; }));
+#ifndef __SANITIZE_ADDRESS__  // which keeps released memory for a while
+        EXPECT_LE(child_.residentKilobytes(), kilobytes_ + 512);
+#endif
+    }
+
+  private:
+    const Child& child_;
+    std::size_t descriptors_;
+    std::size_t kilobytes_;
+};
+
 // --- DBManager -----------------------------------------------------------------------------------------------------
 
 class DatabaseFaults : public World {
@@ -47,6 +67,36 @@ TEST_F(DatabaseFaults, DoNotEndTheProcess) {
         expectHealth();
     }
     expectLogs("faults of the database, log");
+}
+
+// The answer to the statement that matters to each request ends after 0, 1, 2, ... bytes, until it is whole.
+TEST_F(DatabaseFaults, CutAtEveryLength) {
+    const struct {
+        const char* function;
+        const char* members;
+        const char* statement;
+        std::string failed;
+    } requests[] = {
+        {"getstatus", R"("objects":[{"id":20,"items":[]}])", "SELECT ID, CURRENT_VALUE", answer("getstatus", 16)},
+        {"discovery", R"("context_id":"10")", "PARENTOBJ_ID='10'",
+         answer("discovery", 0, R"("context_id":10,"objects":[])")},
+        {"register", R"("object_ids":[25])", "INSERT INTO KOVAD_OBJECT_RELATION", answer("register", 0)},
+        {"doaction", R"("objects":[{"id":24,"items":[{"name":"x","action":"set","action_value":"5"}]}])",
+         "RELATION_WEB_TIPOLOGY", answer("doaction", 10)},
+    };
+    for (const auto& r : requests) {
+        SCOPED_TRACE(r.function);
+        send(r.function, r.members);  // what is cached is so from here on
+        const Footprint footprint(program().child());
+        std::size_t length = 0;
+        for (std::string said = r.failed; said == r.failed && length < 400; ++length) {
+            databaseFaults("cut=" + std::to_string(length) + " match=\"" + r.statement + "\"");
+            said = send(r.function, r.members);
+        }
+        databaseFaults("");
+        EXPECT_GT(length, 60U);
+        expectHealth();
+    }
 }
 
 TEST_F(DatabaseFaults, ServiceMayGoAndComeBack) {
@@ -123,6 +173,19 @@ TEST_F(CoreFaults, GiveTheirCodeAndDoNotEndTheProcess) {
         expectLog(row[2]);
         expectHealth();
     }
+}
+
+TEST_F(CoreFaults, CutAtEveryLength) {
+    turnOn();
+    const Footprint footprint(program().child());
+    std::size_t length = 0;
+    for (std::string said; said != answer("doaction", 0) && length < 100; ++length) {
+        coreFaults("cut=" + std::to_string(length));
+        said = turnOn();
+        EXPECT_TRUE(said == answer("doaction", 0) || said == answer("doaction", 8)) << said;
+    }
+    EXPECT_EQ(length, 1 + std::string("Response Status: FSMC-000\nParameter Count: 0").size());
+    expectHealth();
 }
 
 TEST_F(CoreFaults, ServiceMayGoAndComeBack) {

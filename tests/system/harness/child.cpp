@@ -124,6 +124,11 @@ std::size_t Child::descriptors() const {
     return static_cast<std::size_t>(std::distance(begin(folder), end(folder)));
 }
 
+std::size_t Child::residentKilobytes() const {
+    const std::string status = lab::file_text("/proc/" + std::to_string(pid_) + "/status");
+    return std::stoul(status.substr(status.find("VmRSS:") + 6));
+}
+
 double Child::cpuSeconds() const {
     const std::string stat = lab::file_text("/proc/" + std::to_string(pid_) + "/stat");
     std::istringstream fields(stat.substr(stat.rfind(')') + 2));  // from the third field on

@@ -43,6 +43,7 @@ class Child {
     std::optional<int> ends(std::chrono::milliseconds patience = std::chrono::seconds(20));
 
     std::size_t descriptors() const;  // how many it has open
+    std::size_t residentKilobytes() const;
     double cpuSeconds() const;
 
   private:

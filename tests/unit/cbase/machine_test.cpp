@@ -145,7 +145,7 @@ TEST(Network, SearchesComeBackOnlyWhenLooped) {
     to.sin_port = htons(45222);
     to.sin_addr.s_addr = inet_addr("239.192.39.238");
     for (const auto& [fd, text] : {std::pair{silent.get(), "silent"}, {looped.get(), "looped"}})
-        EXPECT_EQ(sendto(fd, text, 6, 0, reinterpret_cast<const sockaddr*>(&to), sizeof to), 6);
+        ASSERT_EQ(sendto(fd, text, 6, 0, reinterpret_cast<const sockaddr*>(&to), sizeof to), 6);
     char received[16] = {};
     EXPECT_EQ(recv(incoming.get(), received, sizeof received, 0), 6);
     EXPECT_STREQ(received, "looped");
