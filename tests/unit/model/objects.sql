@@ -11,7 +11,7 @@ UPDATE KOVAD_OBJECT SET ENABLE_FLAG=0 WHERE ID=152;
 -- 180: a complex object with children of every kind; 181 to 184 are switches, the last one not discoverable.
 WITH RECURSIVE N(I) AS (SELECT 180 UNION ALL SELECT I+1 FROM N WHERE I<184)
     INSERT INTO KOVAD_OBJECT (ID, NAME, TYPE, PHPCLASS, CURRENT_VALUE, IS_DISCOVERABLE, IS_REMOTABLE)
-    SELECT I, 'Part ' || I, 'QUOROBJ', iif(I=180, 'kovaThermostat', 'kovaSwitch'), '1', I<184, 1 FROM N;
+    SELECT I, 'Element ' || I, 'QUOROBJ', iif(I=180, 'kovaThermostat', 'kovaSwitch'), '1', I<184, 1 FROM N;
 INSERT INTO KOVAD_OBJECT_RELATION (PARENTOBJ_ID, CHILDOBJ_ID, OPTIONAL) VALUES
     (180, 999, 'tag_complex_element="gone"'),
     (180, 183, 'tag_complex_element="first"'),
