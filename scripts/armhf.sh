@@ -137,7 +137,10 @@ run_unit() {
 
 run_system() {
     in_world "$project/lab/demo.sh"
-    in_world timeout 900 "$native/tests/system/system_tests"
+    # Its limit of descriptors would meet the emulator itself.
+    local left_out=StartUp.SaysMinusOneWhenThereIsNoSocketForTheCore
+    echo "Left out under qemu-arm: $left_out"
+    in_world timeout 900 "$native/tests/system/system_tests" --gtest_filter="-$left_out"
 }
 
 step=${1:-all}
