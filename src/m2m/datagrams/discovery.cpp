@@ -1,5 +1,6 @@
 #include "m2m/datagrams/discovery.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "cbase/jsontext.h"
@@ -60,16 +61,16 @@ constexpr const char* objectsKey = "objects";
 template <class Take>
 bool encode_each(const M2MRemotableObject::List* objects, const Take& take) {
     if (objects == nullptr) return true;
-    for (const auto& entry : *objects) {
-        if (!entry) continue;
+    return std::all_of(objects->begin(), objects->end(), [&take](const auto& entry) {
+        if (!entry) return true;
         Json encoded(entry->encodeJSON());
-        if (!encoded) {
-            error("%s error adding object <%ld>", encoding, entry->getID());
-            return false;
+        if (encoded) {
+            take(std::move(encoded));
+            return true;
         }
-        take(std::move(encoded));
-    }
-    return true;
+        error("%s error adding object <%ld>", encoding, entry->getID());
+        return false;
+    });
 }
 
 }  // namespace
