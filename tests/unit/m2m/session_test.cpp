@@ -57,6 +57,14 @@ TEST_F(ClientHandler, OptionsAreTestedOneAfterTheOther) {
     }
 }
 
+// A clear-all whose answer could not be sent does not end the runner: nor may the watchdog do so for it.
+TEST_F(ClientHandler, DeletingItsRecordsIsNoReasonToWaitForAnAttach) {
+    M2MClientHandler handler;
+    handler.setAttachArrived(true);
+    prepare([&] { EXPECT_EQ(handler.deleteFromDB(), 0); });
+    EXPECT_TRUE(handler.validAttachIsArrived());
+}
+
 TEST_F(ClientHandler, MessageIdentifiersAreEightTimesOneCharacter) {
     std::srand(1);
     std::set<std::string> seen;
