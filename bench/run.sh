@@ -11,8 +11,8 @@ most=20000 # datagrams per scenario
 work=/tmp/bench
 mkdir -p "$work"
 cd "$work"
-program_port=45200
-floor_port=45300
+program_port=20200 # below those that the kernel gives to outgoing connections
+floor_port=20300
 listen_port=45201
 
 say() { echo "bench: $*" >&2; }
