@@ -195,5 +195,5 @@ class M2MClientHandler : public gtwbasenamespace::GtwBaseClass {
     std::string sourceUID_;
     long creationTimestamp_ = 0;
     bool attachArrived_ = false;
-    timedio::Deadline readDeadline_;  // of the connection being served
+    timedio::Deadline readDeadline_;  // of the connection that was accepted or made last
 };

@@ -95,7 +95,7 @@ std::string M2MDiscoveryResponseDatagram::encodeText() const {
     bool complete = false;
     const Json head = encodeHead(complete);
     std::string text = dump(head.get());
-    if (!complete) return text;
+    if (!complete || text.empty()) return text;
     const std::size_t end = text.size() - 1;  // of what is left when an object cannot be encoded
     text.resize(end);
     text.append(",\"").append(objectsKey).append("\":[");

@@ -41,7 +41,8 @@ class M2MDiscoveryResponseDatagram : public M2MResponseDatagram {
     // "context_id" and "objects" after the envelope; an object that cannot be encoded is logged and ends the datagram
     // without "objects".
     json_t* encodeJSON() const;
-    // The same as text, with one object's JSON in memory at a time: a home of thousands has megabytes of it.
+    // The same as compact text, with one object's JSON in memory at a time: a home of thousands has megabytes of it.
+    // Empty when there is no memory for it.
     std::string encodeText() const;
 
     long getContextId() const { return contextId_; }
