@@ -2,7 +2,6 @@
 
 #include <sys/socket.h>
 
-#include <array>
 #include <filesystem>
 
 #include "cbase/cstylecode_sockets.h"
@@ -21,12 +20,12 @@ namespace {
 constexpr int backlog = 64;
 constexpr int neighbourPort = 45201;
 
-bool is_statement(std::string_view received) {
+bool is_statement(const std::string& received) {
     lab::DbRequest request;
     return lab::parse_db_request(received, request) != lab::DbParsed::incomplete;
 }
 
-bool is_core_request(std::string_view received) {
+bool is_core_request(const std::string& received) {
     lab::CoreRequest request;
     return lab::parse_core_request(received, request) != lab::Parsed::incomplete;
 }
@@ -36,6 +35,10 @@ int core_listener() {
     std::error_code ignored;
     std::filesystem::create_directories(path.parent_path(), ignored);
     return make_local_socket(path.c_str(), backlog);
+}
+
+void say(int peer, const std::string& answer) {
+    send(peer, answer.data(), answer.size(), MSG_NOSIGNAL);
 }
 
 // Takes the front of a queue; empty when there is none.
@@ -48,37 +51,13 @@ std::string take(std::deque<std::string>& queue) {
 
 }  // namespace
 
-Service::Service(int listener, Complete complete, Answer answer)
-    : listener_(listener), complete_(std::move(complete)), answer_(std::move(answer)), thread_([this] { serve(); }) {
-    require(listener_.valid(), "the stand-ins have their addresses to themselves (run this in lab/sandbox)");
-}
-
-Service::~Service() {
-    shutdown(listener_.get(), SHUT_RDWR);
-    thread_.join();
-}
-
-void Service::serve() {
-    for (;;) {
-        const Descriptor peer(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
-        if (!peer.valid()) return;
-        std::string request;
-        std::array<char, 16384> block;
-        ssize_t count = 1;
-        while (count > 0 && !complete_(request)) {
-            count = recv(peer.get(), block.data(), block.size(), 0);
-            if (count > 0) request.append(block.data(), static_cast<std::size_t>(count));
-        }
-        const std::string answer = answer_(request);
-        send(peer.get(), answer.data(), answer.size(), MSG_NOSIGNAL);
-    }
-}
-
 StandIns::StandIns()
     : ear_(make_internet_socket(neighbourPort, backlog)),
       database_(make_internet_socket(libenvdb::dbManagerPort, backlog), is_statement,
-                [this](const std::string& request) { return answerDatabase(request); }),
-      core_(core_listener(), is_core_request, [this](const std::string&) { return answerCore(); }) {
+                [this](int peer, const std::string& request) { say(peer, answerDatabase(request)); }),
+      core_(core_listener(), is_core_request, [this](int peer, const std::string&) { say(peer, answerCore()); }) {
+    require(database_.listens() && core_.listens(),
+            "the stand-ins have their addresses to themselves (run this in lab/sandbox)");
     require(timedio::make_nonblocking(ear_.get()), "the neighbour listens");
 }
 

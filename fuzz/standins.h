@@ -4,37 +4,15 @@
 #pragma once
 
 #include <deque>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <string_view>
-#include <thread>
 
 #include "cbase/descriptor.h"
 #include "common/database.h"
+#include "common/requestthread.h"
 
 namespace fuzz {
-
-// One thread that takes one request per connection, as soon as it is `complete`, and sends what `answer` returns.
-class Service {
-  public:
-    using Complete = std::function<bool(std::string_view received)>;
-    using Answer = std::function<std::string(const std::string& request)>;
-    // Takes over `listener`.
-    Service(int listener, Complete complete, Answer answer);
-    ~Service();
-    Service(const Service&) = delete;
-    Service& operator=(const Service&) = delete;
-
-  private:
-    void serve();
-
-    Descriptor listener_;
-    Complete complete_;
-    Answer answer_;
-    std::thread thread_;
-};
 
 // DBManager over the demo home in memory, and a core that agrees to everything.
 class StandIns {
@@ -60,8 +38,8 @@ class StandIns {
     std::deque<std::string> databaseAnswers_;
     std::deque<std::string> coreAnswers_;
     Descriptor ear_;
-    Service database_;
-    Service core_;
+    lab::RequestThread database_;
+    lab::RequestThread core_;
 };
 
 }  // namespace fuzz

@@ -50,9 +50,12 @@ TEST_F(DbRequest, ErrorsAreSeenInAnswersToASelectOnly) {
 }
 
 TEST_F(DbRequest, WhatCannotBeExchangedGivesItsCode) {
-    const Service other(make_internet_socket(45169, 1), [](const std::string& request) -> Texts {
-        return {request.find("UPDATE") == std::string::npos ? "junk" : "Response payload length: 20\n"};
-    });
+    const lab::RequestThread other(
+        make_internet_socket(45169, 1), [](const std::string& received) { return received.ends_with("\n\n"); },
+        [](int peer, const std::string& request) {
+            const bool update = request.find("UPDATE") != std::string::npos;
+            send_pieces(peer, {update ? "Response payload length: 20\n" : "junk"});
+        });
     const auto request = [](int port, const char* function, const char* type) {
         char* out[4] = {};
         return dbmanager_socket_request(port, function, type, "9", "SELECT 1;", &out[0], &out[1], &out[2], &out[3]);

@@ -1,9 +1,6 @@
 #include "support/services.h"
 
-#include <sys/socket.h>
-
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -44,6 +41,10 @@ struct Request {
     lab::Parsed isCore;
 };
 
+bool is_complete(const std::string& received) {
+    return !Request(received).incomplete();
+}
+
 // One line per text, and one text for every time of day.
 std::string as_line(const std::string& text) {
     const std::string line = std::regex_replace(text, std::regex("\n"), "\\n");
@@ -52,35 +53,17 @@ std::string as_line(const std::string& text) {
 
 }  // namespace
 
-Service::Service(int listener, std::function<Texts(const std::string&)> answer)
-    : listener_(listener), answer_(std::move(answer)), thread_([this] { serve(); }) {}
-
-Service::~Service() {
-    shutdown(listener_.get(), SHUT_RDWR);
-    thread_.join();
-}
-
-void Service::serve() {
-    for (;;) {
-        const Descriptor peer(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
-        if (!peer.valid()) return;
-        std::string request;
-        std::array<char, 65536> block;
-        for (ssize_t count = 1; count > 0 && Request(request).incomplete();) {
-            count = recv(peer.get(), block.data(), block.size(), 0);
-            request.append(block.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-        }
-        if (!request.empty()) send_pieces(peer.get(), answer_(request));
-    }
-}
-
 WithServices::WithServices()
     : database_(new_home()),
-      dbManager_(make_internet_socket(libenvdb::dbManagerPort, 64),
-                 [this](const std::string& request) { return answer(request); }),
+      dbManager_(make_internet_socket(libenvdb::dbManagerPort, 64), is_complete,
+                 [this](int peer, const std::string& request) { reply(peer, request); }),
       core_((std::filesystem::create_directories("/tmp/kova_variables/sockets"),
              make_local_socket(libenvcore::coreSocketPath, 64)),
-            [this](const std::string& request) { return answer(request); }) {}
+            is_complete, [this](int peer, const std::string& request) { reply(peer, request); }) {}
+
+void WithServices::reply(int peer, const std::string& request) {
+    if (!request.empty()) send_pieces(peer, answer(request));
+}
 
 Texts WithServices::answer(const std::string& request) {
     const std::lock_guard lock(mutex_);

@@ -12,30 +12,12 @@
 #include <mutex>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
-#include "cbase/descriptor.h"
 #include "common/database.h"
+#include "common/requestthread.h"
 #include "support/catching.h"
-
-// One thread that takes one request per connection, of either service, and sends the answer in pieces.
-class Service {
-  public:
-    // Takes over `listener`.
-    Service(int listener, std::function<Texts(const std::string& request)> answer);
-    ~Service();
-    Service(const Service&) = delete;
-    Service& operator=(const Service&) = delete;
-
-  private:
-    void serve();
-
-    Descriptor listener_;
-    std::function<Texts(const std::string&)> answer_;
-    std::thread thread_;
-};
 
 class WithServices : public testing::Test {
   protected:
@@ -68,6 +50,7 @@ class WithServices : public testing::Test {
 
   private:
     Texts answer(const std::string& request);
+    void reply(int peer, const std::string& request);
     void writeDown(const std::string& title, const Texts& messages);
 
     // Scripts and replies are set while no request is under way; what the services touch themselves is guarded.
@@ -77,6 +60,6 @@ class WithServices : public testing::Test {
     std::deque<Texts> replies_;
     Texts requests_;
     std::string steps_;
-    Service dbManager_;
-    Service core_;
+    lab::RequestThread dbManager_;
+    lab::RequestThread core_;
 };
