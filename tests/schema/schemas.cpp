@@ -5,6 +5,7 @@
 #include <fstream>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <valijson/adapters/nlohmann_json_adapter.hpp>
@@ -30,8 +31,11 @@ Json load(const std::string& file) {
     return Json::parse(in);
 }
 
+// Parsed once; the reference stays valid. Tests ask from several threads.
 const valijson::Schema& schema(const std::string& name) {
+    static std::mutex guard;
     static std::map<std::string, std::unique_ptr<valijson::Schema>> parsed;
+    const std::lock_guard lock(guard);
     auto& entry = parsed[name];
     if (!entry) {
         const Json document = load(name + ".json");
