@@ -52,7 +52,7 @@ start_program() { # OPTIONS...: sets pid, core_port, token
     core_port=$(sed -n 's/^0,//p' program.out | head -n 1)
     local tls=()
     [ "${1:-}" != --noSSL ] || tls=(--plain)
-    neighbour "${tls[@]}" attach --user anna --password sesame --listen-port $listen_port >&2
+    neighbour --port "$program_port" "${tls[@]}" attach --user anna --password sesame --listen-port $listen_port >&2
     settings "UPDATE KOVAD_NEIGHBOUR SET ENABLE_FLAG='1'"
     token=$(home --database home.db sql "SELECT ACTION_VALUE FROM KOVAD_OBJECT_RELATION WHERE ACTION='ISLOGGEDAS'" | tail -n 1 | tr -d ' ')
 }
