@@ -92,18 +92,21 @@ bool wait_for_console(timedio::Deadline deadline) {
 void write_system_log(int priority, const char* message, int errorNumber) {
     char format[2 * systemLogLimit + 1];
     std::size_t length = 0;
-    const std::size_t end = strnlen(message, systemLogLimit);
-    for (std::size_t i = 0; i < end; ++i) {
-        format[length++] = message[i];
-        if (message[i] != '%') continue;
-        const char next = i + 1 < end ? message[i + 1] : '\0';
-        if (next == '%' || next == 'm') {
-            format[length++] = next;
-            ++i;
+    const char* const end = message + strnlen(message, systemLogLimit);
+    const auto copy_to = [&](const char* stop) {
+        std::memcpy(format + length, message, static_cast<std::size_t>(stop - message));
+        length += static_cast<std::size_t>(stop - message);
+        message = stop;
+    };
+    while (const void* percent = std::memchr(message, '%', static_cast<std::size_t>(end - message))) {
+        copy_to(static_cast<const char*>(percent) + 1);
+        if (message < end && (*message == '%' || *message == 'm')) {
+            copy_to(message + 1);
         } else {
             format[length++] = '%';
         }
     }
+    copy_to(end);
     format[length] = '\0';
     errno = errorNumber;
 #pragma GCC diagnostic push

@@ -1,5 +1,6 @@
 #include "libenvdb/db_request.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstring>
@@ -19,6 +20,7 @@ struct QueryKind {
     const char* word;
     int type;
 };
+// The last one that occurs in a statement is its kind.
 constexpr std::array kinds{QueryKind{"INSERT", queryInsert}, QueryKind{"DELETE", queryDelete},
                            QueryKind{"UPDATE", queryUpdate}, QueryKind{"SELECT", querySelect}};
 
@@ -127,9 +129,10 @@ int db_request::validate_query(const char* query, int* type) {
         set_last_error("db_request::validate_query error query is NULL");
         return -1;
     }
-    *type = queryUnknown;
-    for (const QueryKind& kind : kinds)
-        if (strcasestr(query, kind.word) != nullptr) *type = kind.type;
+    const auto kind = std::find_if(kinds.rbegin(), kinds.rend(), [query](const QueryKind& candidate) {
+        return strcasestr(query, candidate.word) != nullptr;
+    });
+    *type = kind == kinds.rend() ? queryUnknown : kind->type;
     if (*type == queryUnknown) {
         set_last_error("db_request::validate_query error query <%s> is not in recognizable format", query);
         return -1;

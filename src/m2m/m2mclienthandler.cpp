@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -301,9 +302,9 @@ int M2MClientHandler::didReceiveCustomGatewayData(GtwHandler* /*gateway*/, int l
 
 // What one read brings is the datagram; there is no framing. A failed read leaves an error reply.
 std::optional<std::string> M2MClientHandler::receiveDatagram(int fd, Intake& intake) {
-    const auto buffer = std::make_unique_for_overwrite<char[]>(datagramLimit);
-    const int received = socketReadWrapper(fd, buffer.get(), static_cast<int>(datagramLimit));
-    if (received > 0) return std::string(buffer.get(), strnlen(buffer.get(), static_cast<std::size_t>(received)));
+    std::array<char, datagramLimit> buffer;
+    const int received = socketReadWrapper(fd, buffer.data(), static_cast<int>(buffer.size()));
+    if (received > 0) return std::string(buffer.data(), strnlen(buffer.data(), static_cast<std::size_t>(received)));
     if (received < 0) {
         error("m2mclienthandler->didReceiveCustomGatewayData recvfrom with error '%s'", strerror(errno));
         intake.result = result::readError;
