@@ -2,12 +2,16 @@
 // read, as many fresh connections to the same DBManager, one write, close. It understands nothing of what it carries:
 // the statements and the answer are those that the real program was seen to send. What the real program needs beyond
 // this is its own doing, and their ratio is a figure that holds on any machine.
+//
+// With --log it also says what the real program said: the lines go to the console and, where the program's did, to the
+// system log. That is the floor of a program whose log lines are a promise.
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <openssl/ssl.h>
 #include <sys/socket.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -75,7 +79,21 @@ void ask_database(const std::string& request) {
     }
 }
 
-void serve(int listener, SSL_CTX* context, const std::vector<std::string>& requests, const std::string& answer) {
+// What the program logs with a level has a bold coloured head; all else is for the console only.
+void say(const std::string& line) {
+    if (write(STDOUT_FILENO, line.data(), line.size()) < 0) return;
+    if (line.starts_with("\033[1;3") && !line.starts_with("\033[1;30m"))
+        syslog(LOG_LOCAL0 | LOG_DEBUG, "%s", line.c_str());
+}
+
+// What each datagram costs: the statements, the answer, and the lines of the log.
+struct Work {
+    std::vector<std::string> requests;
+    std::string answer;
+    std::vector<std::string> log;
+};
+
+void serve(int listener, SSL_CTX* context, const Work& work) {
     const Descriptor fd(accept(listener, nullptr, nullptr));
     if (!fd.valid()) return;
     std::string buffer(65536, '\0');
@@ -91,11 +109,13 @@ void serve(int listener, SSL_CTX* context, const std::vector<std::string>& reque
     const auto got = tls ? SSL_read(tls.get(), buffer.data(), static_cast<int>(buffer.size()))
                          : static_cast<int>(recv(fd.get(), buffer.data(), buffer.size(), 0));
     if (got <= 0) return;
-    for (const std::string& request : requests) ask_database(request);
+    if (!work.log.empty()) say(work.log.front());
+    for (const std::string& request : work.requests) ask_database(request);
+    for (std::size_t i = 1; i < work.log.size(); ++i) say(work.log[i]);
     if (tls) {
-        SSL_write(tls.get(), answer.data(), static_cast<int>(answer.size()));
+        SSL_write(tls.get(), work.answer.data(), static_cast<int>(work.answer.size()));
         SSL_shutdown(tls.get());
-    } else if (send(fd.get(), answer.data(), answer.size(), 0) < 0) {
+    } else if (send(fd.get(), work.answer.data(), work.answer.size(), 0) < 0) {
         return;
     }
     shutdown(fd.get(), SHUT_RDWR);
@@ -107,21 +127,26 @@ int main(int argc, char** argv) {
     int port = 0;
     std::string statementsFile;
     std::string answerFile;
+    std::string logFile;
     std::string certificate;
     std::string key;
     CLI::App app("The least that answering a datagram costs");
     app.add_option("--port", port, "Listen on this port")->required();
     app.add_option("--statements", statementsFile, "Lines of DBManager's journal, sent for each datagram")->required();
     app.add_option("--answer", answerFile, "The answer to each datagram")->required();
+    app.add_option("--log", logFile, "Lines to log for each datagram");
     app.add_option("--certificate", certificate, "Speak TLS with this certificate");
     app.add_option("--key", key, "and this key");
     CLI11_PARSE(app, argc, argv);
 
-    std::vector<std::string> requests;
+    Work work;
     std::ifstream statements(statementsFile);
-    for (std::string line; std::getline(statements, line);) requests.push_back(request_of(line));
+    for (std::string line; std::getline(statements, line);) work.requests.push_back(request_of(line));
     std::ifstream answers(answerFile);
-    const std::string answer((std::istreambuf_iterator<char>(answers)), std::istreambuf_iterator<char>());
+    work.answer.assign(std::istreambuf_iterator<char>(answers), std::istreambuf_iterator<char>());
+    std::ifstream log(logFile);
+    for (std::string line; !logFile.empty() && std::getline(log, line);) work.log.push_back(line + '\n');
+    openlog(nullptr, LOG_PID, LOG_LOCAL0);
 
     Context context;
     if (!certificate.empty()) {
@@ -141,5 +166,5 @@ int main(int argc, char** argv) {
         std::cerr << "floor: port " << port << " cannot be used\n";
         return 1;
     }
-    for (;;) serve(listener.get(), context.get(), requests, answer);
+    for (;;) serve(listener.get(), context.get(), work);
 }

@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
-# Runs inside the sandbox: measures the program and the floor beside it over the transports named, one line of figures per
-# scenario on standard output (bench_report makes the table). What it does is said on standard error.
+# Runs inside the sandbox: measures the program and the floors beside it over the transports named, one line of figures
+# per scenario and round on standard output (bench_report makes the table). What it does is said on standard error.
 #
 #   bench/run.sh SECONDS plain|ecdsa|rsa...
 set -euo pipefail
 
 seconds=$1
 shift
-most=20000 # datagrams per scenario
+rounds=8 # of each scenario, so that what else the machine does hits program and floor alike
+per_round=$(awk "BEGIN { print $seconds / $rounds }")
+most=20000 # datagrams per round
 work=/tmp/bench
 mkdir -p "$work"
 cd "$work"
@@ -62,35 +64,51 @@ datagram() { # FUNCTION REST
         "$1" "$token" "$2"
 }
 
-# SCENARIO TRANSPORT OPTIONS...: one line for the program, and, when there is a floor, one for that
-measure() {
-    local scenario=$1 transport=$2
-    shift 2
-    say "$scenario, $transport"
-    : >db.journal
-    bench_load --name x --port $program_port --pid "$pid" --request request --count 1 --save-answer answer "$@" >/dev/null
-    : >db.journal
-    bench_load --name x --port $program_port --pid "$pid" --request request --count 1 "$@" >/dev/null
-    local lines
-    lines=$(wc -l <db.journal)
-    local statements=$((lines / 6)) # five to warm up and one counted
-    # shellcheck disable=SC2094  # statements is a number here and a file there
-    head -n "$statements" db.journal >statements
-    bench_load --name "$scenario;$transport" --port $program_port --pid "$pid" --request request \
-        --count $most --seconds "$seconds" "$@" | sed "s/\$/,$statements/"
+round() { # SCENARIO TRANSPORT PORT PID LOAD-OPTIONS...: one line of figures
+    bench_load --name "$1;$2" --port "$3" --pid "$4" --request request --count $most --seconds "$per_round" "${@:5}" |
+        sed "s/\$/,$(wc -l <statements)/"
 }
-measure_floor() { # SCENARIO TRANSPORT LOAD-OPTIONS...: with the statements and the answer that measure left
-    local scenario=$1 transport=$2
-    shift 2
-    local identity=()
-    [ "$transport" = plain ] || identity=(--certificate /web/key/m2mserver.pem --key /web/key/m2mserver.key)
-    bench_floor --port $floor_port --statements statements --answer answer "${identity[@]}" &
-    local floor=$!
+
+# LOAD-OPTIONS...: what one answer is, which statements it takes and what it logs, into files of these names
+record() {
+    local load=(bench_load --name x --port "$program_port" --pid "$pid" --request request --count 1)
+    local answers=6 # five to warm up and one counted
+    "${load[@]}" --save-answer answer "$@" >/dev/null
+    : >db.journal
+    local logged
+    logged=$(stat -c %s program.out)
+    "${load[@]}" "$@" >/dev/null
+    head -n $(($(wc -l <db.journal) / answers)) db.journal >statements
+    tail -c +$((logged + 1)) program.out >lines
+    head -n $(($(wc -l <lines) / answers)) lines >log
+    : >db.journal
+}
+
+measure() { # SCENARIO TRANSPORT LOAD-OPTIONS...: the program alone
+    say "$1, $2"
+    record "${@:3}"
+    for _ in $(seq $rounds); do
+        round "$1" "$2" $program_port "$pid" "${@:3}"
+    done
+}
+
+compare() { # SCENARIO TRANSPORT LOAD-OPTIONS...: program, floor and floor that logs, one after the other in each round
+    say "$1 and its floors, $2"
+    record "${@:3}"
+    local floor=(bench_floor --statements statements --answer answer)
+    [ "$2" = plain ] || floor+=(--certificate /web/key/m2mserver.pem --key /web/key/m2mserver.key)
+    "${floor[@]}" --port $floor_port &
+    local silent=$!
+    "${floor[@]}" --port $((floor_port + 1)) --log log >floor.out &
+    local logging=$!
     sleep 0.3
-    bench_load --name "floor of $scenario;$transport" --port $floor_port --pid $floor --request request \
-        --count $most --seconds "$seconds" "$@" | sed "s/\$/,$(wc -l <statements)/"
-    kill $floor
-    wait $floor 2>/dev/null || true
+    for _ in $(seq $rounds); do
+        round "$1" "$2" $program_port "$pid" "${@:3}"
+        round "floor of $1" "$2" $floor_port $silent "${@:3}"
+        round "logging floor of $1" "$2" $((floor_port + 1)) $logging "${@:3}"
+    done
+    kill $silent $logging
+    wait $silent $logging 2>/dev/null || true
 }
 
 one_status() { datagram getstatus ',"objects":[{"id":20,"items":[]}]' >request; }
@@ -105,12 +123,10 @@ plain() {
     datagram register ',"object_ids":[20]' >request
     bench_load --name x --port $program_port --pid "$pid" --request request --count 1 >/dev/null
     one_status
-    measure "get-status" plain
-    measure_floor "get-status" plain
+    compare "get-status" plain
     for group in 10:100000 500:200000 5000:300000; do
         datagram discovery ",\"context_id\":\"${group##*:}\"" >request
-        measure "discovery of ${group%%:*}" plain
-        measure_floor "discovery of ${group%%:*}" plain
+        compare "discovery of ${group%%:*}" plain
     done
     datagram doaction ',"objects":[{"id":20,"items":[{"name":"x","action":"turn-on","action_value":"1"}]}]' >request
     measure "do-action" plain
@@ -127,10 +143,8 @@ tls() { # ecdsa|rsa
     start_program
     one_status
     for version in 1.2 1.3; do
-        measure "get-status" "TLS $version $1" --tls $version
-        measure_floor "get-status" "TLS $version $1" --tls $version
-        measure "get-status" "TLS $version $1 resumed" --tls $version --resume
-        measure_floor "get-status" "TLS $version $1 resumed" --tls $version --resume
+        compare "get-status" "TLS $version $1" --tls $version
+        compare "get-status" "TLS $version $1 resumed" --tls $version --resume
     done
     stop_program
 }
