@@ -38,6 +38,8 @@ class db_request {
     const char* get_last_error() const { return last_error.get(); }
     // ID of the row that an INSERT made; -1 when unknown.
     int get_last_insert_id() const { return last_insert_id; }
+    // Whether the answer to an INSERT had a number where its ID stands. Without one the ID reads as 0.
+    bool brought_insert_id() const { return insertIdBrought; }
     // Data rows of a SELECT; -1 when the answer could not be read.
     int get_rows_num() const { return rows_num; }
     // Columns of a SELECT; -1 when unknown.
@@ -69,6 +71,7 @@ class db_request {
     LastError last_error;
     int query_type = queryUnknown;
     int last_insert_id = -1;
+    bool insertIdBrought = false;
     int rows_num = -1;
     int fields_num = -1;
     std::deque<std::string> texts;  // every name and value

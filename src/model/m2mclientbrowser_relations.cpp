@@ -184,14 +184,14 @@ int M2MClientBrowser::insertRelationWithRemotableObjectOnDB(long objectid, long 
             quoted(objectid) + ", " + quoted(getID()) + ", " + quoted(objectTypology) + ", " + quoted(accessmode) +
             ", " + quoted(objectAction) + ", " + quoted(value >= 0 ? value : objectid) + " );\n",
         {operation, "\n"});
-    // A failed INSERT reports no error, it only brings no ID: ask then, since the mark in the cache must not disagree.
-    const bool stored = answer && (answer->get_last_insert_id() > 0 || searchRelationWithRemotableObjectOnDB(objectid));
+    // A failed INSERT reports no error, it only brings no number: ask then, since the mark in the cache must not
+    // disagree.
+    const bool stored = answer && (answer->brought_insert_id() || searchRelationWithRemotableObjectOnDB(objectid));
     return stored ? result::ok : result::dbRequestFailed;
 }
 
 int M2MClientBrowser::updateRelationWithRemotableObjectOnDB(long objectid, long value, const std::string& accessmode) {
     constexpr const char* operation = "m2mclientbrowser->updateRelationWithRemotableObjectOnDB";
-    if (!idIsValid(operation)) return result::missing;
     const auto answer =
         libenvdb::query("UPDATE KOVAD_OBJECT_RELATION SET  ACCESS_MODE=" + quoted(accessmode) +
                             ",  ACTION_VALUE=" + quoted(value) + " " + objectRelationCondition(objectid),
@@ -208,7 +208,6 @@ int M2MClientBrowser::insertOrUpdateRelationWithRemotableObjectOnDB(long objecti
 
 bool M2MClientBrowser::searchRelationWithRemotableObjectOnDB(long objectid) const {
     constexpr const char* operation = "m2mclientbrowser->searchRelationWithRemotableObjectOnDB";
-    if (!idIsValid(operation)) return false;
     const auto answer = libenvdb::query(
         "SELECT R.ID AS ID, R.CHILDOBJ_ID AS CB_ID, R.PARENTOBJ_ID AS OBJECT_ID, R.ACCESS_MODE AS ACCESS_MODE FROM "
         "KOVAD_OBJECT_RELATION AS R WHERE R.CHILDOBJ_ID=" +
@@ -220,7 +219,6 @@ bool M2MClientBrowser::searchRelationWithRemotableObjectOnDB(long objectid) cons
 
 int M2MClientBrowser::deleteRelationWithRemotableObjectOnDB(long objectid) {
     constexpr const char* operation = "m2mclientbrowser->deleteRelationWithRemotableObjectOnDB";
-    if (!idIsValid(operation)) return result::missing;
     const auto answer =
         libenvdb::query("DELETE FROM KOVAD_OBJECT_RELATION" + objectRelationCondition(objectid), {operation, "\n"});
     return answer ? result::ok : result::dbRequestFailed;
@@ -254,7 +252,6 @@ int M2MClientBrowser::unregisterObjects(const std::list<long>* ids) {
 
 int M2MClientBrowser::unregisterAllObjects() {
     constexpr const char* operation = "m2mclientbrowser->unregisterAllObjects";
-    if (!idIsValid(operation)) return result::missing;
     const auto answer = libenvdb::query("DELETE FROM KOVAD_OBJECT_RELATION WHERE CHILDOBJ_ID=" + quoted(getID()) +
                                             " AND RELATION_WEB_TIPOLOGY=" + quoted(objectTypology) + ";\n",
                                         {operation, "\n"});
@@ -265,7 +262,6 @@ int M2MClientBrowser::unregisterAllObjects() {
 
 int M2MClientBrowser::setEnableAllRelationsRemotableObjectsOnDB(bool enable) {
     constexpr const char* operation = "m2mclientbrowser->setEnableAllRelationsRemotableObjectsOnDB";
-    if (!idIsValid(operation)) return result::missing;
     const std::string condition =
         " WHERE CHILDOBJ_ID=" + quoted(getID()) + " AND RELATION_WEB_TIPOLOGY=" + quoted(objectTypology) + ";\n";
     if (!libenvdb::query("UPDATE KOVAD_OBJECT_RELATION SET ENABLE_FLAG=" + quoted(enable ? 1 : 0) + condition,

@@ -27,7 +27,7 @@ M2MNeighbour::M2MNeighbour(const M2MNeighbour* other) : M2MNeighbour() {
 void M2MNeighbour::setField(const std::string& column, const char* value) {
     const auto is = [&column](const char* name) { return strcasecmp(column.c_str(), name) == 0; };
     if (is("ID")) {
-        id_ = to_number(value);
+        if (*value != '\0') id_ = to_number(value);  // a row without an ID is not row 0
     } else if (is("PRODUCTOR_TAG_ID")) {
         productorTag_ = value;
     } else if (is("SOFTWARE_VERSION")) {
@@ -62,9 +62,8 @@ int M2MNeighbour::fillFromDB() {
     const auto answer =
         libenvdb::query("SELECT NL.* FROM KOVAD_NEIGHBOUR NL WHERE " + condition + ";", "m2mneighbour->fillFromDB");
     if (!answer) return result::dbRequestFailed;
+    if (answer->rows.empty()) return result::missing;
     // Columns are those of the table, in whatever case it names them.
-    const char* id = libenvdb::first_value_named(*answer, "ID");
-    if (id == nullptr || *id == '\0') return result::missing;
     for (const auto& [index, row] : answer->rows)
         for (const auto& item : row) setField(item.second, item.first);
     return result::ok;

@@ -3,7 +3,6 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
-#include <csignal>
 #include <future>
 
 #include "common/text.h"
@@ -57,9 +56,9 @@ TEST_F(Datagrams, PeerThatLeavesWithoutOneIsToldCodeSix) {
         EXPECT_EQ(readAll(peer), rejection(6));
     }
     expectLog(unit + "error the peer has performed an unexpected shutdown");
-    program().child().signal(SIGSTOP);  // so that the reset is there before the connection is accepted
+    program().child().freeze();  // so that the reset is there before the connection is accepted
     reset(dial(program().port()));
-    program().child().signal(SIGCONT);
+    program().child().thaw();
     expectLog(unit + "recvfrom with error 'Connection reset by peer'");
     expectLog(unit + "error sending json <" + rejection(3) + "> to socket <");
     stop();

@@ -79,12 +79,12 @@ TEST_F(CoreCalls, ThousandsLeaveNoDescriptorBehind) {
 // Both endpoints readable in one cycle: the call first, then the datagram.
 TEST_F(CoreCalls, ComeBeforeADatagramThatWaitsWithThem) {
     start({"--noSSL"});
-    program().child().signal(SIGSTOP);
+    program().child().freeze();
     const auto peer = dial(program().port());
     sendBytes(peer, request("after the call", ""));
     const auto caller = dial(program().callPort());
     sendBytes(caller, good);
-    program().child().signal(SIGCONT);
+    program().child().thaw();
     EXPECT_EQ(readAll(caller), acknowledged);
     EXPECT_EQ(readAll(peer), response("after the call", 2, ""));
     EXPECT_TRUE(program().child().prints("after the call"));

@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <csignal>
 #include <filesystem>
 #include <iterator>
 #include <sstream>
@@ -105,6 +104,12 @@ void Child::hangUp() {
 
 void Child::signal(int number) const {
     if (!status_) kill(pid_, number);
+}
+
+void Child::freeze() const {
+    signal(SIGSTOP);
+    siginfo_t stopped{};
+    waitid(P_PID, static_cast<id_t>(pid_), &stopped, WSTOPPED | WEXITED | WNOWAIT);
 }
 
 std::optional<int> Child::ends(std::chrono::milliseconds patience) {

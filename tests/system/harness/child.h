@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -39,6 +40,8 @@ class Child {
     void hangUp();                               // closes the reading end
 
     void signal(int number) const;
+    void freeze() const;  // SIGSTOP, and waits until it has stopped; what arrives meanwhile is there when it goes on
+    void thaw() const { signal(SIGCONT); }
     // The exit status, 128 + N after signal N; nothing while it still runs when `patience` is over.
     std::optional<int> ends(std::chrono::milliseconds patience = std::chrono::seconds(20));
 

@@ -67,11 +67,11 @@ std::string Program::ask(std::string_view datagram) const {
 }
 
 std::string Program::askAtOnce(std::string_view datagram) {
-    child_.signal(SIGSTOP);
+    child_.freeze();
     const auto peer = dial(port_);
     auto sending = std::async(std::launch::async, [&] { sendBytes(peer, datagram); });
     sending.wait_for(200ms);
-    child_.signal(SIGCONT);
+    child_.thaw();
     settle();  // an answer must wait for a slow peer
     std::string said = readAll(peer);
     sending.wait();

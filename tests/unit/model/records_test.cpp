@@ -48,6 +48,11 @@ TEST_F(Neighbour, FailuresAreToldAndLeaveTheRecordAsItWas) {
     step("insertOrUpdateOnDB", [&] { return neighbour.insertOrUpdateOnDB(); });
     step("updateOnDB", [&] { return neighbour.updateOnDB(); });
     EXPECT_EQ(neighbour.getID(), 7);
+    endScripts();
+    script("KOVAD_NEIGHBOUR", "Response: FSMC-000\nNum rows: 2\nFields   : 'id','Enable_Flag'\nRow 00000: '','0'\n");
+    prepare([&] { EXPECT_EQ(neighbour.fillFromDB(), 0) << "a row without an ID counts for the columns that it has"; });
+    EXPECT_EQ(neighbour.getID(), 7);
+    EXPECT_FALSE(neighbour.getEnableFlag());
 }
 
 TEST_F(Neighbour, LookUpsKeepTheirStatements) {
@@ -187,6 +192,13 @@ TEST_F(ClientBrowser, RegistersWhatCanBeStoredAndRead) {
     EXPECT_EQ(marks(), "20 25 30 31 32 33 ");
     EXPECT_FALSE(browser.searchRelationWithRemotableObjectOnDB(24));
     prepare([&] { EXPECT_EQ(registerIDs({999}), 10); });
+    endScripts();
+    script("VALUES ( '24'", "Response: OK\n");
+    step("register, answered without a number", [&] { return registerIDs({24}); });
+    endScripts();
+    script("VALUES ( '25'", "Response: FSMC-000\n");
+    EXPECT_EQ(browser.insertRelationWithRemotableObjectOnDB(25, 25, "R"), 0);
+    EXPECT_EQ(takeRequests().size(), 1U);
     EXPECT_EQ(browser.registerObjects(nullptr) + browser.unregisterObjects(nullptr), 32);
     prepare();
     step("disable all", [&] { return browser.setEnableAllRelationsRemotableObjectsOnDB(false); });
