@@ -96,7 +96,7 @@ struct Work {
 void serve(int listener, SSL_CTX* context, const Work& work) {
     const Descriptor fd(accept(listener, nullptr, nullptr));
     if (!fd.valid()) return;
-    std::string buffer(65536, '\0');
+    std::array<char, 65536> buffer;
     const int on = 1;
     std::unique_ptr<SSL, TlsFree> tls;
     if (context != nullptr) {
