@@ -225,7 +225,7 @@ TEST_F(SilentNeighbours, HoldTheThreadForThirtySecondsAtMost) {
         threads.push_back(expectServedAfterHalfAMinute(*programs[i], cases[i].logged));
     }
     for (std::size_t i = 0; i < programs.size(); ++i) {
-        threads[i].wait();
+        threads[i].get();
         EXPECT_TRUE(programs[i]->logs(cases[i].logged));
         programs[i]->endsWell();
     }
