@@ -139,7 +139,22 @@ plain() {
     stop_program
 }
 
+# A datagram that takes no statement, so that the handshake is what counts. The program knows no neighbour: it ends after
+# a minute without an attach, and is started anew for each scenario.
+refusals() { # ecdsa|rsa
+    local token=none resume
+    datagram nothing '' >request
+    for resume in "" resume; do
+        m2mclientmanager --listen-for-attach-on-port $program_port >program.out 2>&1 &
+        pid=$!
+        wait_for grep -q '^0,' program.out
+        compare refusal "TLS 1.2 $1${resume:+ resumed}" --tls 1.2 --expect '"result":2' ${resume:+--resume}
+        stop_program
+    done
+}
+
 tls() { # ecdsa|rsa
+    refusals "$1"
     start_program
     one_status
     for version in 1.2 1.3; do
