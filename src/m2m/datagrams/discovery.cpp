@@ -57,17 +57,15 @@ namespace {
 constexpr const char* encoding = "m2mdiscoveryresponsedatagram->encodeJSON";
 constexpr const char* objectsKey = "objects";
 
-// Hands each object of the list, encoded, to `take`. False when one cannot be encoded.
+// Hands each object of the list, encoded, to `take`, which says whether it could. False when one could not be encoded
+// or taken: the others are left out then.
 template <class Take>
 bool encode_each(const M2MRemotableObject::List* objects, const Take& take) {
     if (objects == nullptr) return true;
     return std::all_of(objects->begin(), objects->end(), [&take](const auto& entry) {
         if (!entry) return true;
         Json encoded(entry->encodeJSON());
-        if (encoded) {
-            take(std::move(encoded));
-            return true;
-        }
+        if (encoded && take(std::move(encoded))) return true;
         error("%s error adding object <%ld>", encoding, entry->getID());
         return false;
     });
@@ -85,7 +83,7 @@ json_t* M2MDiscoveryResponseDatagram::encodeJSON() const {
     bool complete = false;
     Json object = encodeHead(complete);
     Json array(json_array());
-    const auto append = [&array](Json encoded) { json_array_append_new(array.get(), encoded.release()); };
+    const auto append = [&array](Json encoded) { return json_array_append_new(array.get(), encoded.release()) == 0; };
     if (complete && encode_each(objects_.get(), append))
         add_member(object.get(), objectsKey, array.release(), encoding);
     return object.release();
@@ -101,7 +99,9 @@ std::string M2MDiscoveryResponseDatagram::encodeText() const {
     text.append(",\"").append(objectsKey).append("\":[");
     const char* separator = "";
     const auto append = [&text, &separator](const Json& encoded) {
-        text.append(std::exchange(separator, ",")).append(dump(encoded.get()));
+        const std::string object = dump(encoded.get());
+        text.append(std::exchange(separator, ",")).append(object);
+        return !object.empty();
     };
     if (encode_each(objects_.get(), append)) {
         text += ']';

@@ -2,8 +2,10 @@
 // program sends are seen from outside by the system tests; here are the others and the odd ones.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 
+#include "cbase/jsontext.h"
 #include "m2m/datagrams/attach.h"
 #include "m2m/datagrams/changestatus.h"
 #include "m2m/datagrams/detach.h"
@@ -173,6 +175,29 @@ TEST(Encoding, DiscoveryResponseIsTheSameAsTextMadePieceByPiece) {
         objects.push_back(std::make_shared<M2MRemotableObject>());
         objects.push_back(nullptr);
     }
+}
+
+int allocationsLeft = 0;
+void* scarce(std::size_t size) {
+    return allocationsLeft-- > 0 ? std::malloc(size) : nullptr;
+}
+
+// At each allocation of the JSON library in turn: what comes out is a datagram, if a shorter one, or nothing.
+TEST(Encoding, DiscoveryResponseIsWellFormedWhereverMemoryRunsOut) {
+    const M2MRemotableObject::List objects{std::make_shared<M2MRemotableObject>(),
+                                           std::make_shared<M2MRemotableObject>()};
+    const M2MDiscoveryResponseDatagram response("s", "t", "response", "discovery", "k", 0, 10, &objects, "m");
+    const std::string whole = response.encodeText();
+    std::string text;
+    for (int affordable = 0; text != whole && affordable < 1000; ++affordable) {
+        allocationsLeft = affordable;
+        json_set_alloc_funcs(scarce, std::free);
+        messages_of([&] { text = response.encodeText(); });
+        json_set_alloc_funcs(std::malloc, std::free);
+        const Json parsed(json_loads(text.c_str(), 0, nullptr));
+        EXPECT_TRUE(text.empty() || parsed) << affordable << " " << text;
+    }
+    EXPECT_EQ(text, whole);
 }
 
 TEST(Encoding, DoActionRequestWritesActionsOnTheObjectAndEmptyItems) {
