@@ -77,7 +77,7 @@ void db_request::readInsertAnswer(const char* payload) {
         return;
     }
     last_insert_id = static_cast<int>(*id);
-    insertIdBrought = number.find_first_of("0123456789") == 0;
+    insertIdBrought = last_insert_id != 0 || number.starts_with('0');
 }
 
 void db_request::readSelectAnswer(const char* payload) {
