@@ -145,7 +145,7 @@ int main(int argc, char** argv) {
     std::ifstream answers(answerFile);
     work.answer.assign(std::istreambuf_iterator<char>(answers), std::istreambuf_iterator<char>());
     std::ifstream log(logFile);
-    for (std::string line; !logFile.empty() && std::getline(log, line);) work.log.push_back(line + '\n');
+    for (std::string line; std::getline(log, line);) work.log.push_back(line + '\n');
     openlog(nullptr, LOG_PID, LOG_LOCAL0);
 
     Context context;

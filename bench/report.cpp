@@ -97,9 +97,8 @@ std::string ratio_text(double ratio) {
 
 void print_table(const std::vector<Row>& rows) {
     std::printf(
-        "| scenario | transport | answers/s | of the floor | of the floor that logs | median us | p99 us | CPU us | "
-        "RSS MB "
-        "| bytes | statements |\n");
+        "| scenario | transport | answers/s | of the floor | of the floor that logs | median us | p99 us | CPU us "
+        "| RSS MB | bytes | statements |\n");
     std::printf("|---|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n");
     for (const Row& row : rows) {
         std::printf("| %s | %s | %.0f | %s | %s | %.0f | %.0f | %.0f | %.1f | %.0f | %.0f |\n", row.scenario.c_str(),

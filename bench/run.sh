@@ -132,8 +132,12 @@ plain() {
     measure "do-action" plain
     printf 'Request: SERVICE_RUNONELEMENT\nParameter Count: 4\nParam000 Length: 3\nParam000: \n101\nParam001 Length: 8\nParam001: \nNO-VALUE\nParam002 Length: 12\nParam002: \nCHANGESTATUS\nParam003 Length: 2\nParam003: \n20\nWaittime: 5\n\n' >call
     say "change-status, plain"
-    bench_load --name "change-status;plain" --port "$core_port" --pid "$pid" --request call --core --listen $listen_port \
-        --expect '"current_value"' --count $most --seconds "$seconds" | sed 's/$/,1/'
+    local core=(bench_load --name "change-status;plain" --port "$core_port" --pid "$pid" --request call --core
+        --listen "$listen_port" --expect '"current_value"')
+    : >db.journal
+    "${core[@]}" --count 1 >/dev/null
+    local statements=$(($(wc -l <db.journal) / 6)) # five to warm up and one counted
+    "${core[@]}" --count $most --seconds "$seconds" | sed "s/\$/,$statements/"
     datagram attach ',"clienttag":"n","username":"anna","password":"sesame","manufacturertag":"l","softwareversion":"1","protocolversion":1,"ipaddress":"127.0.0.1","ipport":45201,"options":{},"communication_mode":1' >request
     measure "attach" plain
     stop_program
