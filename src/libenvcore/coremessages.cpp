@@ -146,7 +146,7 @@ std::optional<long> parse_call_length(std::string_view firstBlock, std::string& 
     const std::string_view line = Lines(firstBlock).next().value_or("");
     const std::string_view number = line.substr(std::min(lengthTag.size(), line.size()));
     const auto length = parse_number(std::string(number));
-    if (length && *length <= callLimit) return std::max(*length, 0L);  // below 0 there is nothing to wait for
+    if (length && *length <= callLimit) return std::max(*length, 0L);
     error = "GtwHandler::run length of request after 'LengthRequestIs: ' request statement is not a valid number '" +
             std::string(number) + "', continuing for the next request";
     return std::nullopt;

@@ -30,7 +30,8 @@ std::optional<CoreCall> parse_core_call(std::string_view text, std::string& erro
 
 // Whether the first block of a call announces its length in a "LengthRequestIs: " line.
 bool announces_length(std::string_view firstBlock);
-// The announced length in bytes. Nothing, with the reason in `error`, when it is not a number in reach.
+// The announced length in bytes, 0 when it is negative. Nothing, with the reason in `error`, when it is no number or
+// too large.
 std::optional<long> parse_call_length(std::string_view firstBlock, std::string& error);
 // Where the call begins in what has come so far: at "Request: ". npos when it has not come yet.
 std::size_t find_call(std::string_view received);

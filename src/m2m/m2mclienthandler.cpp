@@ -300,7 +300,8 @@ int M2MClientHandler::didReceiveCustomGatewayData(GtwHandler* /*gateway*/, int l
     return intake.result;
 }
 
-// What one read brings is the datagram; there is no framing. A failed read leaves an error reply.
+// What one read brings is the datagram; there is no framing. A failed read leaves an error reply. The buffer is no
+// block of the heap: giving back one of this size makes the allocator tidy up, for each datagram.
 std::optional<std::string> M2MClientHandler::receiveDatagram(int fd, Intake& intake) {
     std::array<char, datagramLimit> buffer;
     const int received = socketReadWrapper(fd, buffer.data(), static_cast<int>(buffer.size()));
